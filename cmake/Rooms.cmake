@@ -1,0 +1,31 @@
+# A room is a folder that builds one target. Its headers are included as "room/Header.h", and only by targets
+# that link it: each target's headers stand alone in a folder of links below the build folder, and that folder,
+# not the source tree, is what the compiler searches.
+
+add_library(hcd_warnings INTERFACE)
+target_compile_options(hcd_warnings INTERFACE -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror)
+if(HCD_SANITIZE)
+    target_compile_options(hcd_warnings INTERFACE -fsanitize=${HCD_SANITIZE} -fno-sanitize-recover=all
+                                                  -fno-omit-frame-pointer)
+    target_link_options(hcd_warnings INTERFACE -fsanitize=${HCD_SANITIZE})
+endif()
+
+# hcd_room(TARGET ROOM DIRECTORY HEADERS ...): lets TARGET, and whoever links it, include HEADERS (names below
+# DIRECTORY) as "ROOM/name".
+function(hcd_room target room directory)
+    cmake_parse_arguments(PARSE_ARGV 3 ARG "" "" "HEADERS")
+    set(root "${PROJECT_BINARY_DIR}/rooms/${target}")
+    file(REMOVE_RECURSE "${root}")
+    file(MAKE_DIRECTORY "${root}/${room}")
+    foreach(header IN LISTS ARG_HEADERS)
+        file(CREATE_LINK "${directory}/${header}" "${root}/${room}/${header}" SYMBOLIC)
+    endforeach()
+    target_include_directories(${target} PUBLIC "$<BUILD_INTERFACE:${root}>"
+                                                "$<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>")
+    target_link_libraries(${target} PRIVATE "$<BUILD_INTERFACE:hcd_warnings>")
+    set_property(TARGET ${target} PROPERTY HCD_ROOM "${room}")
+    set_property(TARGET ${target} PROPERTY HCD_HEADERS "${ARG_HEADERS}")
+    foreach(header IN LISTS ARG_HEADERS)
+        install(FILES "${directory}/${header}" DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}/${room}")
+    endforeach()
+endfunction()

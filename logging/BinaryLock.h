@@ -1,0 +1,43 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+namespace elmu {
+
+/// A lock between processes that name the same file: a System V semaphore set of two. Member 0 counts the
+/// processes that have the set open and is not undone when one dies, so a set whose user was killed stays
+/// behind. Member 1 is the lock, 1 when free, and is undone, so the death of a holder frees it. The last
+/// process to leave removes the set. Not re-entrant: a holder that waits again waits for ever. Nothing is
+/// reported other than by results.
+class BinaryLock {
+  public:
+    BinaryLock() = default;
+
+    /// Leaves as `finalize` does, unless the set's id is 0.
+    ~BinaryLock();
+
+    BinaryLock(const BinaryLock&) = delete;
+    BinaryLock& operator=(const BinaryLock&) = delete;
+
+    /// Opens or makes the set for the existing file `path` and the project number `id`, and counts this
+    /// process in. True at once when a set is open. False, leaving none open, when the file is missing or
+    /// the system refuses. Making a set is not exclusive: of two processes that make it at once, both set it
+    /// free.
+    bool create(std::string path, int id);
+
+    /// Takes the lock, blocking until it is free. False when no set is open, the set was removed, or a signal
+    /// handler ran meanwhile.
+    bool wait();
+
+    /// Gives the lock back.
+    bool release();
+
+    /// Counts this process out and removes the set when it was the last. True when no set is open. False
+    /// when the system refuses; no set is open afterwards in any case.
+    bool finalize();
+
+    std::int32_t semId = -1;
+};
+
+} // namespace elmu

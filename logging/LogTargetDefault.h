@@ -1,0 +1,89 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "logging/LogHeader.h"
+#include "logging/LogTargetBase.h"
+
+namespace elmu {
+
+class BinaryLock;
+
+/// The file target: one line a record, in a file that many processes share. A process holds the lock keyed by
+/// the file's path and the number 11 from before a record is formatted until its line is in the file, so
+/// lines never mix. Failures are silent: a record that cannot be written is dropped, and after a failed write
+/// all later ones until the stream is opened anew. The one message, on standard error, is about the mode of
+/// a newly created file.
+class LogTargetDefault : public LogTargetBase {
+  public:
+    /// `id` is the identifier to register under; null leaves it empty.
+    explicit LogTargetDefault(const char* id);
+
+    /// Closes the stream and leaves the lock. The target must be unregistered.
+    ~LogTargetDefault() override;
+
+    /// Opens `s` on the log file for appending, closing it first if it is open. A file that this creates
+    /// gets mode 0666, so that every user's processes can append. True when the stream is good.
+    bool SetStreamHandle(std::fstream& s) override;
+
+    /// Makes `fileName` in the user's Library/Logs folder the log file. False, with the path unchanged, when
+    /// there is no such folder.
+    bool SetStreamPath(const char* fileName);
+
+    /// Opens the stream and the lock. False when the log file was found unusable or cannot be opened.
+    bool onRegisterTarget() override;
+
+    /// Closes the stream and leaves the lock. Always true.
+    bool onUnregisterTarget() override;
+
+    /// Writes one record. Always true: a record below the level, without a lock although one was asked for,
+    /// or whose line cannot be written is dropped. A message from `format` and `args` keeps at most 4094
+    /// characters; a finished one (null `args`) any number. Blocks while another process holds the lock.
+    bool writeLog(Log_Level level, const char* context1, const char* context2, const char* context3,
+                  const char* context4, const char* detail1, const char* detail2, const char* format,
+                  char* args, unsigned long long timeMs, bool locked) override;
+
+    /// No header block is written yet; false.
+    bool logHeader(Log_Level level, const char* context1, const char* context2, const char* context3,
+                   const char* context4, stLogHeader* header, bool locked) override;
+
+    /// Puts `text` and a newline into the file as one write and flushes. Null marks the stream bad, so that
+    /// nothing more is written.
+    void WriteStream(const char* text) override;
+
+    /// Writes the local date and time of `timeMs` (milliseconds since the epoch, 0 for now), a colon and
+    /// three digits of milliseconds into `buffer`, which holds 256 bytes, and remembers the second as the
+    /// time of the latest record.
+    void getTimeStr(unsigned long long timeMs, char* buffer);
+
+    /// The kernel's id of the calling thread in decimal digits, or nothing on systems too old to have one.
+    std::string getCurrentThreadID() const;
+
+    /// Empties the log file and leaves the stream closed. False when the file cannot be opened.
+    bool cleanFile();
+
+    /// Appends the record's line, without newline, to `out`: time, level, six texts (null ones empty),
+    /// thread and message, the separator between them.
+    void formatLog(unsigned long long timeMs, Log_Level level, const char* context1, const char* context2,
+                   const char* context3, const char* context4, const char* detail1, const char* detail2,
+                   const char* message, std::string& out);
+
+    /// The level's name; "ALL" for a number without one.
+    std::string getLogLevelString(Log_Level level) const;
+
+    BinaryLock* logLock = nullptr; ///< owned
+    stLogHeader storedHeader;
+    bool headerPending = false;
+    bool useThreadSelfId = true;
+    std::string headerData;
+    std::int32_t lastSegmentCheckTime = 0; ///< seconds since the epoch
+    std::int32_t lastRecordTime = 0;       ///< seconds since the epoch
+    std::vector<std::string> xmlTagNameList;
+
+  private:
+    void closeLock();
+};
+
+} // namespace elmu

@@ -1,0 +1,47 @@
+#pragma once
+
+#include <string>
+
+#include "logging/AbstractLogger.h"
+
+namespace elmu {
+
+class LoggingCore;
+
+/// A client of the logging core. Its records reach the targets registered under its identifier and carry
+/// its four context texts. Building one registers nothing. `trace` to `fatal` and `log` go through the
+/// virtual `logit`; `logTrace` to `logFatal`, which replace the fourth context text, do not. A null `format`
+/// makes no record; null detail texts are empty, except that `logTrace` to `logFatal` make no record when
+/// any of their texts is null. As thread-safe as the core and the targets: one thread at a time.
+class Logger : public AbstractLogger {
+  public:
+    /// Null arguments leave their field empty.
+    Logger(const char* identifier, const char* context1, const char* context2, const char* context3,
+           const char* context4);
+
+    void trace(const char* format, ...) override;
+    void debug(const char* format, ...) override;
+    void info(const char* format, ...) override;
+    void warn(const char* detail1, const char* format, ...) override;
+    void error(const char* detail1, const char* format, ...) override;
+    void fatal(const char* detail1, const char* format, ...) override;
+    void log(Log_Level level, const char* detail1, const char* detail2, const char* format, ...) override;
+    void logit(Log_Level level, const char* detail1, const char* detail2, const char* format,
+               char* args) override;
+    void logTrace(const char* context4, const char* format, ...) override;
+    void logDebug(const char* context4, const char* format, ...) override;
+    void logInfo(const char* context4, const char* format, ...) override;
+    void logWarn(const char* context4, const char* detail1, const char* format, ...) override;
+    void logError(const char* context4, const char* detail1, const char* format, ...) override;
+    void logFatal(const char* context4, const char* detail1, const char* format, ...) override;
+
+  private:
+    LoggingCore* core;
+    std::string context1;
+    std::string context2;
+    std::string context3;
+    std::string context4;
+    std::string identifier;
+};
+
+} // namespace elmu

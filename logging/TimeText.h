@@ -1,0 +1,32 @@
+#pragma once
+
+#include <ctime>
+#include <string>
+
+#include <sys/time.h>
+
+/// Times and messages as text. All dates are local time, by the time zone in force at the call.
+namespace elmu {
+
+/// Fills `now` with the current time.
+void getCurrentTime(timeval& now);
+
+/// Puts the date of now plus `days` times 86400 seconds, as 2026-11-16, into `date`. False, with `date`
+/// untouched, when it has no text.
+bool getOffSetDate(std::string& date, int days);
+
+/// Puts the current date and time, as 2026-11-16 04-49-07, into `stamp`: fit for a file name. False, with
+/// `stamp` untouched, when it has no text.
+bool getDatetime(std::string& stamp);
+
+/// Formats `format` with a copy of the travelling argument list `args` (see logging/ArgumentList.h) into
+/// `buffer` of `size` bytes, of which the last is never used: at most `size` - 2 characters and a NUL. The
+/// result is `vsnprintf`'s. With null `args`, 0 and `buffer` untouched.
+int getLogMessage(char* buffer, unsigned long size, const char* format, char* args);
+
+/// Writes `seconds` since the epoch as local time by the `strftime` pattern `pattern` into `buffer` of
+/// `size` bytes. The number of characters without the NUL; 0 when there is no text, and `buffer` is then
+/// undefined.
+std::size_t formatLocalTime(std::time_t seconds, const char* pattern, char* buffer, std::size_t size);
+
+} // namespace elmu

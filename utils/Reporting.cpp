@@ -1,0 +1,8 @@
+#include "utils/Reporting.h"
+
+namespace ELMUUtils {
+
+LogMessageFn elmuUtilsLogMessageFnPtr = nullptr;
+elmu::AbstractLogger* elmuUtilsLogger = nullptr;
+
+} // namespace ELMUUtils
