@@ -40,4 +40,19 @@ class BinaryLock {
     std::int32_t semId = -1;
 };
 
+/// Holds a lock from its construction, which waits for it, to its destruction. False when there is no lock or
+/// the wait failed.
+class LockHolder {
+  public:
+    explicit LockHolder(BinaryLock* candidate);
+    ~LockHolder();
+    LockHolder(const LockHolder&) = delete;
+    LockHolder& operator=(const LockHolder&) = delete;
+
+    explicit operator bool() const { return lock != nullptr; }
+
+  private:
+    BinaryLock* lock;
+};
+
 } // namespace elmu

@@ -83,6 +83,7 @@ class LogTargetDefault : public LogTargetBase {
     std::vector<std::string> xmlTagNameList;
 
   private:
+    void closeStream();
     void closeLock();
 };
 

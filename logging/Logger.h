@@ -15,9 +15,8 @@ class LoggingCore;
 /// any of their texts is null. As thread-safe as the core and the targets: one thread at a time.
 class Logger : public AbstractLogger {
   public:
-    /// Null arguments leave their field empty.
-    Logger(const char* identifier, const char* context1, const char* context2, const char* context3,
-           const char* context4);
+    /// The identifier to address and the four context texts. Null arguments leave their field empty.
+    Logger(const char* id, const char* first, const char* second, const char* third, const char* fourth);
 
     void trace(const char* format, ...) override;
     void debug(const char* format, ...) override;

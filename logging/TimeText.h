@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <ctime>
 #include <string>
 
@@ -15,9 +16,15 @@ void getCurrentTime(timeval& now);
 /// untouched, when it has no text.
 bool getOffSetDate(std::string& date, int days);
 
+/// The same with `now` in seconds since the epoch.
+bool getOffSetDate(std::string& date, int days, std::time_t now);
+
 /// Puts the current date and time, as 2026-11-16 04-49-07, into `stamp`: fit for a file name. False, with
 /// `stamp` untouched, when it has no text.
 bool getDatetime(std::string& stamp);
+
+/// The same with `now` in seconds since the epoch.
+bool getDatetime(std::string& stamp, std::time_t now);
 
 /// Formats `format` with a copy of the travelling argument list `args` (see logging/ArgumentList.h) into
 /// `buffer` of `size` bytes, of which the last is never used: at most `size` - 2 characters and a NUL. The

@@ -66,7 +66,7 @@ class FileUtils {
     static bool CreateDirectoryAtPathEx(const std::string& path, void* logger, bool shouldSetPermission);
 
     /// `path` itself if something is there, else its nearest existing ancestor; "." or "/" at the latest.
-    /// Never returns for an empty path.
+    /// `path` must not be empty: an empty one has no ancestor and comes back as it is.
     static std::string GetExistentParentDirectory(std::string path);
 
     /// Removes the file or folder at `path`; a folder with entries only when `recursive` is set. False

@@ -1,0 +1,33 @@
+#include <string>
+
+#include "hook/CacheCleanup.h"
+#include "hook/SpecifierManifest.h"
+#include "logging/LogTargetDefault.h"
+#include "logging/Logger.h"
+#include "logging/LoggingCore.h"
+#include "utils/CommandLineParser.h"
+
+int main(int argc, char* argv[]) {
+    elmu::LogTargetDefault target("HCDCustomHook");
+    target.setLogLevel(elmu::INFO);
+    target.setLogFile("HCD.log", "");
+    elmu::LoggingCore::getInstance()->registerTarget(&target);
+
+    elmu::Logger logger("HCDCustomHook", "", "HCD", "HCDCustomHook", "");
+    ELMUUtils::CommandLineParser parser;
+    parser.setLogger(&logger);
+    parser.parseCommandLineArguments(argc, argv);
+
+    const std::string key = "install";
+    std::string value;
+    bool succeeded = true;
+    if (parser.getValueForArgument(key, value) && value == "1") {
+        createSpecifierFile(&logger);
+        succeeded = deleteCEFFolder(&logger);
+    } else {
+        deleteSpecifierFile(&logger);
+    }
+
+    elmu::LoggingCore::getInstance()->unregisterTarget(&target);
+    return succeeded ? 0 : -1;
+}

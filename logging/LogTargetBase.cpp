@@ -1,0 +1,145 @@
+#include "logging/LogTargetBase.h"
+
+#include "logging/FileProbes.h"
+#include "logging/PathText.h"
+#include "logging/UserFolders.h"
+#include "platform/Files.h"
+#include "platform/Users.h"
+
+namespace elmu {
+
+namespace {
+
+bool replaceLastPathComponent(std::string& path, const std::string& name) {
+    return removeLastPathComponent(path) && appendPath(path, name);
+}
+
+/// `level` made more verbose by the marker files in `folder`, of which those with the base name of `logName`
+/// come first. A step that fails leaves the level as it is.
+Log_Level levelByMarkers(Log_Level level, const std::string& folder, const std::string& logName) {
+    const Log_Level debugLevel = level > DEBUG ? DEBUG : level;
+    std::string name = logName;
+    std::string marker = folder;
+    if (!changeFileExtension(name, "trace") || !appendPath(marker, name)) {
+        return level;
+    }
+    if (fileExistsAtPath(marker)) {
+        return TRACE;
+    }
+    if (changeFileExtension(marker, "debug") && fileExistsAtPath(marker)) {
+        return debugLevel;
+    }
+    if (!replaceLastPathComponent(marker, "ruk.trace")) {
+        return level;
+    }
+    if (fileExistsAtPath(marker)) {
+        return TRACE;
+    }
+    if (replaceLastPathComponent(marker, "ruk.debug") && fileExistsAtPath(marker)) {
+        return debugLevel;
+    }
+    return level;
+}
+
+/// Lets every user's processes, and the console user above all, write in the folders of the default place.
+void giveToConsoleUser(const std::string& folder) {
+    const auto user = platform::consoleUser();
+    if (!user) {
+        return;
+    }
+    std::string parent;
+    getTempPath(parent);
+    parent += "/Halcyra";
+    platform::changeOwner(parent.c_str(), user->uid, user->gid);
+    platform::changeOwner(folder.c_str(), user->uid, user->gid);
+    platform::changeMode(parent.c_str(), 0777);
+    platform::changeMode(folder.c_str(), 0777);
+}
+
+} // namespace
+
+LogTargetBase::LogTargetBase()
+    : separator(" | "), logFileName("ELMU.log"), logLevel(INFO), logFileValid(true), streamAttached(false),
+      refCount(0) {
+    setLogLevel(INFO);
+    ::pthread_mutex_init(&refCountMutex, nullptr);
+}
+
+LogTargetBase::~LogTargetBase() {
+    refCount = 0;
+    ::pthread_mutex_destroy(&refCountMutex);
+}
+
+void LogTargetBase::setLogLevel(Log_Level level) {
+    logLevel = level;
+    std::string folder;
+    if (getTempPath(folder)) {
+        logLevel = levelByMarkers(level, folder, logFileName);
+    }
+}
+
+Log_Level LogTargetBase::getLogLevel() const { return logLevel; }
+
+bool LogTargetBase::setIdentifier(const char* id) {
+    if (id == nullptr) {
+        return false;
+    }
+    identifier = id;
+    return true;
+}
+
+const std::string& LogTargetBase::getIdentifier() const { return identifier; }
+
+bool LogTargetBase::setLogFile(const char* fileName, const char* folder) {
+    const bool named = fileName != nullptr && *fileName != '\0';
+    const std::string name = named ? fileName : logFileName;
+    if (folder != nullptr && *folder != '\0') {
+        logFilePath = folder;
+    } else {
+        useDefaultFolder();
+    }
+    logFileValid = false;
+    if (named && !isFileName(name)) {
+        return false;
+    }
+    if (!appendPath(logFilePath, name)) {
+        return false;
+    }
+    getFilePathBaseName(logFilePath, logFileName);
+    logFileValid = openLogFile();
+    return logFileValid;
+}
+
+void LogTargetBase::useDefaultFolder() {
+    getTempPath(logFilePath);
+    logFilePath += "/Halcyra/HCD";
+    if (folderExitsAtPath(logFilePath)) {
+        return;
+    }
+    createDirectoryPath(logFilePath);
+    giveToConsoleUser(logFilePath);
+}
+
+bool LogTargetBase::openLogFile() {
+    if (streamAttached) {
+        return SetStreamHandle(stream);
+    }
+    std::fstream probe;
+    return SetStreamHandle(probe);
+}
+
+void LogTargetBase::incrementRefCount() {
+    ::pthread_mutex_lock(&refCountMutex);
+    ++refCount;
+    ::pthread_mutex_unlock(&refCountMutex);
+}
+
+void LogTargetBase::decrementRefCount() {
+    ::pthread_mutex_lock(&refCountMutex);
+    --refCount;
+    ::pthread_mutex_unlock(&refCountMutex);
+}
+
+int LogTargetBase::getRefCount() const { return refCount; }
+
+} // namespace elmu

@@ -1,0 +1,223 @@
+#include "logging/LogTargetDefault.h"
+
+#include <cstdio>
+#include <exception>
+
+#include "logging/BinaryLock.h"
+#include "logging/PathText.h"
+#include "logging/TimeText.h"
+#include "logging/UserFolders.h"
+#include "platform/Files.h"
+#include "platform/System.h"
+
+namespace elmu {
+
+namespace {
+
+constexpr int kLockProject = 11;
+constexpr std::size_t kMessageBufferSize = 4096;
+constexpr std::size_t kTimeBufferSize = 256;
+
+/// Mac OS X 10.5 and older have no kernel thread ids.
+bool threadIdsAvailable(long majorNumber, long minorNumber) { return majorNumber > 10 || minorNumber > 5; }
+
+const char* orEmpty(const char* text) { return text == nullptr ? "" : text; }
+
+} // namespace
+
+LogTargetDefault::LogTargetDefault(const char* id) {
+    setIdentifier(id);
+    // These stand when the system does not say its version.
+    long majorNumber = 11;
+    long minorNumber = 0;
+    long patchNumber = 0;
+    utilGetCurrentOSVersion(majorNumber, minorNumber, patchNumber);
+    useThreadSelfId = threadIdsAvailable(majorNumber, minorNumber);
+}
+
+LogTargetDefault::~LogTargetDefault() {
+    closeLock();
+    closeStream();
+}
+
+bool LogTargetDefault::SetStreamHandle(std::fstream& s) {
+    if (s.is_open()) {
+        s.close();
+    }
+    const bool existed = platform::entryExists(logFilePath.c_str());
+    s.open(logFilePath, std::ios::out | std::ios::app);
+    if (!existed && s.is_open()) {
+        if (const std::error_code error = platform::changeMode(logFilePath.c_str(), 0666)) {
+            std::fprintf(stderr, "\n Error Set File permissions. errno = %s", error.message().c_str());
+        }
+    }
+    return s.good();
+}
+
+bool LogTargetDefault::SetStreamPath(const char* fileName) {
+    std::string path;
+    if (!getTempPath(path) || !appendPath(path, orEmpty(fileName))) {
+        return false;
+    }
+    logFilePath = path;
+    return true;
+}
+
+bool LogTargetDefault::onRegisterTarget() {
+    if (!logFileValid) {
+        return false;
+    }
+    if (logFilePath.empty() && !SetStreamPath(logFileName.c_str())) {
+        return false;
+    }
+    if (!SetStreamHandle(stream)) {
+        return false;
+    }
+    if (logLock == nullptr) {
+        logLock = new BinaryLock;
+        logLock->create(logFilePath, kLockProject);
+    }
+    timeval now = {};
+    getCurrentTime(now);
+    lastSegmentCheckTime = static_cast<std::int32_t>(now.tv_sec);
+    lastRecordTime = lastSegmentCheckTime;
+    {
+        // The size of the file is to be looked at here, under the lock.
+        const LockHolder held(logLock);
+    }
+    streamAttached = true;
+    return true;
+}
+
+bool LogTargetDefault::onUnregisterTarget() {
+    closeStream();
+    closeLock();
+    streamAttached = false;
+    return true;
+}
+
+void LogTargetDefault::closeStream() {
+    if (!stream.fail()) {
+        stream.close();
+    }
+}
+
+void LogTargetDefault::closeLock() {
+    if (logLock != nullptr) {
+        logLock->finalize();
+        delete logLock;
+        logLock = nullptr;
+    }
+}
+
+bool LogTargetDefault::writeLog(Log_Level level, const char* context1, const char* context2,
+                                const char* context3, const char* context4, const char* detail1,
+                                const char* detail2, const char* format, char* args,
+                                unsigned long long timeMs, bool locked) try {
+    if (getLogLevel() > level) {
+        return true;
+    }
+    const LockHolder held(locked ? logLock : nullptr);
+    if (locked && !held) {
+        return true;
+    }
+    char expanded[kMessageBufferSize] = "";
+    const char* message = orEmpty(format);
+    if (args != nullptr) {
+        getLogMessage(expanded, sizeof expanded, message, args);
+        message = expanded;
+    }
+    std::string line;
+    formatLog(timeMs, level, context1, context2, context3, context4, detail1, detail2, message, line);
+    WriteStream(line.c_str());
+    return true;
+} catch (const std::exception&) {
+    // Out of memory: the record is dropped.
+    return true;
+}
+
+bool LogTargetDefault::logHeader(Log_Level /*level*/, const char* /*context1*/, const char* /*context2*/,
+                                 const char* /*context3*/, const char* /*context4*/, stLogHeader* /*header*/,
+                                 bool /*locked*/) {
+    return false;
+}
+
+void LogTargetDefault::WriteStream(const char* text) {
+    if (text == nullptr) {
+        stream.setstate(std::ios::badbit);
+        return;
+    }
+    // One insertion, whatever the length, reaches the file as one write.
+    std::string line = text;
+    line += '\n';
+    stream.write(line.data(), static_cast<std::streamsize>(line.size()));
+    stream.flush();
+}
+
+void LogTargetDefault::getTimeStr(unsigned long long timeMs, char* buffer) {
+    timeval time = {};
+    if (timeMs == 0) {
+        getCurrentTime(time);
+    } else {
+        time.tv_sec = static_cast<std::time_t>(timeMs / 1000);
+        time.tv_usec = static_cast<suseconds_t>(timeMs % 1000 * 1000);
+    }
+    lastRecordTime = static_cast<std::int32_t>(time.tv_sec);
+    const std::size_t length = formatLocalTime(time.tv_sec, "%x %X", buffer, kTimeBufferSize);
+    std::snprintf(buffer + length, kTimeBufferSize - length, ":%.3d", static_cast<int>(time.tv_usec / 1000));
+}
+
+std::string LogTargetDefault::getCurrentThreadID() const {
+    return useThreadSelfId ? std::to_string(platform::threadId()) : std::string();
+}
+
+bool LogTargetDefault::cleanFile() {
+    if (stream.is_open()) {
+        stream.close();
+    }
+    stream.open(logFilePath, std::ios::out | std::ios::trunc);
+    if (!stream.good()) {
+        return false;
+    }
+    stream.close();
+    return true;
+}
+
+void LogTargetDefault::formatLog(unsigned long long timeMs, Log_Level level, const char* context1,
+                                 const char* context2, const char* context3, const char* context4,
+                                 const char* detail1, const char* detail2, const char* message,
+                                 std::string& out) {
+    char time[kTimeBufferSize];
+    getTimeStr(timeMs, time);
+    out.append(time).append(separator);
+    out.append("[").append(getLogLevelString(level)).append("]").append(separator);
+    for (const char* text : {context1, context2, context3, context4, detail1, detail2}) {
+        out.append(orEmpty(text)).append(separator);
+    }
+    out.append(getCurrentThreadID()).append(separator);
+    out.append(orEmpty(message));
+}
+
+std::string LogTargetDefault::getLogLevelString(Log_Level level) const {
+    switch (level) {
+    case TRACE:
+        return "TRACE";
+    case DEBUG:
+        return "DEBUG";
+    case INFO:
+        return "INFO";
+    case WARN:
+        return "WARN";
+    case ERROR:
+        return "ERROR";
+    case FATAL:
+        return "FATAL";
+    case NONE:
+        return "NONE";
+    case ALL:
+        break;
+    }
+    return "ALL";
+}
+
+} // namespace elmu

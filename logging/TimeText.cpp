@@ -1,0 +1,64 @@
+#include "logging/TimeText.h"
+
+#include <cstdio>
+
+#include "logging/ArgumentList.h"
+
+namespace elmu {
+
+namespace {
+
+constexpr long long kSecondsPerDay = 86400;
+
+std::time_t currentSeconds() {
+    timeval now = {};
+    getCurrentTime(now);
+    return now.tv_sec;
+}
+
+bool assignLocalTime(std::string& text, std::time_t seconds, const char* pattern) {
+    char buffer[256];
+    const std::size_t length = formatLocalTime(seconds, pattern, buffer, sizeof buffer);
+    if (length == 0) {
+        return false;
+    }
+    text.assign(buffer, length);
+    return true;
+}
+
+} // namespace
+
+void getCurrentTime(timeval& now) { ::gettimeofday(&now, nullptr); }
+
+bool getOffSetDate(std::string& date, int days) { return getOffSetDate(date, days, currentSeconds()); }
+
+bool getOffSetDate(std::string& date, int days, std::time_t now) {
+    const auto shifted = static_cast<std::time_t>(now + days * kSecondsPerDay);
+    return assignLocalTime(date, shifted, "%Y-%m-%d");
+}
+
+bool getDatetime(std::string& stamp) { return getDatetime(stamp, currentSeconds()); }
+
+bool getDatetime(std::string& stamp, std::time_t now) {
+    return assignLocalTime(stamp, now, "%Y-%m-%d %H-%M-%S");
+}
+
+int getLogMessage(char* buffer, unsigned long size, const char* format, char* args) {
+    if (args == nullptr) {
+        return 0;
+    }
+    ArgumentList list(args);
+    return std::vsnprintf(buffer, size - 1, format, list.get());
+}
+
+std::size_t formatLocalTime(std::time_t seconds, const char* pattern, char* buffer, std::size_t size) {
+    // localtime_r alone may keep to the time zone it saw first.
+    ::tzset();
+    std::tm local = {};
+    if (::localtime_r(&seconds, &local) == nullptr) {
+        return 0;
+    }
+    return std::strftime(buffer, size, pattern, &local);
+}
+
+} // namespace elmu

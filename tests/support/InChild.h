@@ -1,0 +1,56 @@
+#pragma once
+
+#include <csignal>
+#include <cstdio>
+#include <functional>
+
+#include <gtest/gtest.h>
+
+#include <grp.h>
+#include <sys/types.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+/// Work that must not change this process: done in a forked child.
+namespace support {
+
+/// The id of a user without rights.
+inline constexpr uid_t ordinaryUser = 65534;
+
+/// Runs `body` in a child. The calling test fails when an expectation fails there or the child dies.
+inline void inChild(const std::function<void()>& body) {
+    std::fflush(nullptr);
+    const pid_t child = ::fork();
+    ASSERT_NE(child, -1);
+    if (child == 0) {
+        body();
+        std::fflush(nullptr);
+        ::_exit(testing::Test::HasFailure() ? 1 : 0);
+    }
+    int status = 0;
+    ASSERT_EQ(::waitpid(child, &status, 0), child);
+    EXPECT_TRUE(WIFEXITED(status)) << "the child died of signal " << WTERMSIG(status);
+    EXPECT_EQ(WEXITSTATUS(status), 0) << "an expectation failed in the child";
+}
+
+/// Gives up root's rights for good, if this process has them.
+inline void becomeOrdinaryUser() {
+    if (::geteuid() != 0) {
+        return;
+    }
+    ASSERT_EQ(::setgroups(0, nullptr), 0);
+    ASSERT_EQ(::setresgid(ordinaryUser, ordinaryUser, ordinaryUser), 0);
+    ASSERT_EQ(::setresuid(ordinaryUser, ordinaryUser, ordinaryUser), 0);
+}
+
+/// Runs `body` in a child that is bound by permissions.
+inline void asOrdinaryUser(const std::function<void()>& body) {
+    inChild([&body] {
+        becomeOrdinaryUser();
+        if (!testing::Test::HasFatalFailure()) {
+            body();
+        }
+    });
+}
+
+} // namespace support
