@@ -1,14 +1,7 @@
 #include "e2e/Machine.h"
 
 #include <algorithm>
-#include <array>
-#include <cstdlib>
 #include <filesystem>
-#include <stdexcept>
-
-#include <fcntl.h>
-#include <spawn.h>
-#include <sys/wait.h>
 
 namespace fs = std::filesystem;
 
@@ -18,63 +11,135 @@ namespace {
 
 const int NoMachine = 69;
 
-std::vector<char*> pointers(std::vector<std::string>& texts) {
-    std::vector<char*> result;
-    for (std::string& text : texts) {
-        result.push_back(text.data());
-    }
-    result.push_back(nullptr);
-    return result;
-}
-
-/// Standard input empty, standard output and standard error into two files.
-class Redirection {
-  public:
-    Redirection(const std::string& output, const std::string& errors) {
-        ::posix_spawn_file_actions_init(&actions);
-        ::posix_spawn_file_actions_addopen(&actions, 0, "/dev/null", O_RDONLY, 0);
-        ::posix_spawn_file_actions_addopen(&actions, 1, output.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
-        ::posix_spawn_file_actions_addopen(&actions, 2, errors.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
-    }
-    ~Redirection() { ::posix_spawn_file_actions_destroy(&actions); }
-    Redirection(const Redirection&) = delete;
-    Redirection& operator=(const Redirection&) = delete;
-
-    const posix_spawn_file_actions_t* get() const { return &actions; }
-
-  private:
-    posix_spawn_file_actions_t actions = {};
-};
-
-int statusOf(pid_t child) {
-    int status = 0;
-    while (::waitpid(child, &status, 0) < 0) {
-        if (errno != EINTR) {
-            throw std::runtime_error("a child was lost");
-        }
-    }
-    return WIFSIGNALED(status) ? 128 + WTERMSIG(status) : WEXITSTATUS(status);
-}
-
-std::string searchPath() {
-    const char* path = std::getenv("PATH");
-    return std::string("PATH=") + (path == nullptr ? "/usr/bin:/bin" : path);
-}
-
 } // namespace
 
-Outcome runOutside(std::vector<std::string> command, const std::string& path,
-                   const support::TempFolder& place) {
-    Redirection streams(place / "output", place / "errors");
-    std::vector<std::string> environment = {path};
-    pid_t child = -1;
-    const int failure = ::posix_spawn(&child, command.front().c_str(), streams.get(), nullptr,
-                                      pointers(command).data(), pointers(environment).data());
-    if (failure != 0) {
-        throw std::runtime_error("cannot start " + command.front());
+std::string manifestText(const std::string& application) {
+    return "<?xml version=\"1.0\" encoding=\"UTF-8\" standalone=\"no\"?>\n"
+           "<SpecifierManifest Version=\"1.0\">\n"
+           "    <Name>halcyra</Name>\n"
+           "    <Version>4.3.0</Version>\n"
+           "    <Locale></Locale>\n"
+           "    <Group></Group>\n"
+           "    <Path>" +
+           application +
+           "</Path>\n"
+           "</SpecifierManifest>";
+}
+
+Machine::Machine() : disk(place / "disk") {
+    makeFolder(Home);
+    add({"--ro-bind", HCD_TOOL, Tool});
+    setEnvironment("HOME", Home);
+    setEnvironment("PATH", ToolFolder + ":/usr/bin:/bin");
+}
+
+void Machine::add(const std::vector<std::string>& more) {
+    options.insert(options.end(), more.begin(), more.end());
+}
+
+void Machine::setEnvironment(const std::string& name, const std::string& value) {
+    add({"--setenv", name, value});
+}
+
+void Machine::unsetEnvironment(const std::string& name) { add({"--unsetenv", name}); }
+
+void Machine::makeReadOnly(const std::string& path) {
+    if (!has(path)) {
+        makeFolder(path);
     }
-    const int status = statusOf(child);
-    return {status, support::readFile(place / "output"), support::readFile(place / "errors")};
+    add({"--ro-bind", outside(path), path});
+}
+
+void Machine::makeTiny(const std::string& path, unsigned bytes) {
+    makeFolder(path);
+    add({"--size", std::to_string(bytes), "--tmpfs", path});
+}
+
+Outcome Machine::run(const std::vector<std::string>& command) const {
+    std::vector<std::string> all = {HCD_MACHINE, disk};
+    all.insert(all.end(), options.begin(), options.end());
+    all.emplace_back("--");
+    all.insert(all.end(), command.begin(), command.end());
+    return runCommand(all, {searchPath()}, place);
+}
+
+Outcome Machine::runTool(const std::vector<std::string>& arguments) const {
+    std::vector<std::string> command = {Tool};
+    command.insert(command.end(), arguments.begin(), arguments.end());
+    return run(command);
+}
+
+Outcome Machine::runShell(const std::string& script) const { return run({"/bin/sh", "-c", script}); }
+
+void Machine::put(const std::string& path, const std::string& content) const {
+    support::writeFile(outside(path), content);
+}
+
+void Machine::makeFolder(const std::string& path) const { fs::create_directories(outside(path)); }
+
+void Machine::link(const std::string& path, const std::string& target) const {
+    fs::create_directories(fs::path(outside(path)).parent_path());
+    fs::create_symlink(target, outside(path));
+}
+
+void Machine::setMode(const std::string& path, mode_t mode) const {
+    ASSERT_EQ(::chmod(outside(path).c_str(), mode), 0) << path;
+}
+
+bool Machine::has(const std::string& path) const {
+    return fs::symlink_status(outside(path)).type() != fs::file_type::not_found;
+}
+
+bool Machine::hasFolder(const std::string& path) const {
+    return fs::symlink_status(outside(path)).type() == fs::file_type::directory;
+}
+
+std::string Machine::read(const std::string& path) const { return support::readFile(outside(path)); }
+
+mode_t Machine::modeOf(const std::string& path) const { return support::modeOf(outside(path)); }
+
+struct stat Machine::infoOf(const std::string& path) const {
+    struct stat info = {};
+    EXPECT_EQ(::lstat(outside(path).c_str(), &info), 0) << path;
+    return info;
+}
+
+std::vector<std::string> Machine::namesIn(const std::string& path) const {
+    std::vector<std::string> names;
+    for (const auto& entry : fs::directory_iterator(outside(path))) {
+        names.push_back(entry.path().filename());
+    }
+    std::sort(names.begin(), names.end());
+    return names;
+}
+
+testing::AssertionResult quiet(const Outcome& outcome) {
+    if (outcome.status == 0 && outcome.output.empty() && outcome.errors.empty()) {
+        return testing::AssertionSuccess();
+    }
+    return testing::AssertionFailure() << "status " << outcome.status << ", output \"" << outcome.output
+                                       << "\", errors \"" << outcome.errors << "\"";
+}
+
+void MachineTest::SetUp() {
+    const Outcome trial = machine.run({"/bin/true"});
+    if (trial.status == NoMachine) {
+        GTEST_SKIP() << trial.errors;
+    }
+    ASSERT_TRUE(quiet(trial));
+}
+
+void MachineTest::runTool(const std::vector<std::string>& arguments) const {
+    EXPECT_TRUE(quiet(machine.runTool(arguments)));
+}
+
+void MachineTest::runShell(const std::string& script) const { EXPECT_TRUE(quiet(machine.runShell(script))); }
+
+void MachineTest::fillCache() const {
+    machine.put(Cache + "/Cache/index", "index");
+    machine.put(Cache + "/Cache/data/f_000001", "page");
+    machine.put(Cache + "/Local Storage/leveldb/LOG", "");
+    machine.put(Cache + "/Cookies", "cookies");
 }
 
 } // namespace e2e

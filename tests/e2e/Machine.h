@@ -1,6 +1,5 @@
 #pragma once
 
-#include <optional>
 #include <string>
 #include <vector>
 
@@ -9,18 +8,20 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "e2e/Command.h"
 #include "support/TempFolder.h"
 
 /// The built tool, unmodified, in a throw-away machine of its own.
 namespace e2e {
 
 /// Places in the machine.
-inline const std::string Tool = "/opt/hcd/HCDCustomHook";
+inline const std::string ToolFolder = "/opt/hcd";
+inline const std::string Tool = ToolFolder + "/HCDCustomHook";
 inline const std::string Home = "/Users/tester";
 inline const std::string LogsFolder = Home + "/Library/Logs";
 inline const std::string LogFolder = LogsFolder + "/Halcyra/HCD";
 inline const std::string Log = LogFolder + "/HCD.log";
-/// Where the log goes when there is no place for it in a home.
+/// The log when no home has a place for it.
 inline const std::string HomelessLog = "/Halcyra/HCD/HCD.log";
 inline const std::string LocalSupport = "/Library/Application Support";
 inline const std::string SpecifierFolder = LocalSupport + "/Korvane/Ostrel/specifiers";
@@ -28,53 +29,45 @@ inline const std::string Manifest = SpecifierFolder + "/halcyra.xml";
 inline const std::string ProductFolder = "/Applications/Utilities/Korvane Halcyra";
 inline const std::string Cache = ProductFolder + "/CEF";
 
-/// The manifest's whole text when it names `applicationPath`.
-std::string manifestText(const std::string& applicationPath = ProductFolder + "/HCD/Halcyra.app");
+/// The whole text of a manifest that names `application`.
+std::string manifestText(const std::string& application = ProductFolder + "/HCD/Halcyra.app");
 
-/// What a command run in the machine left: its exit status (128 and the signal's number when it was
-/// killed) and everything it printed.
-struct Outcome {
-    int status = -1;
-    std::string output;
-    std::string errors;
-};
-
-/// A machine with an empty disk, a HOME of `Home` and the tool, alone, in the search path. What is put on
-/// its disk stays there from run to run; processes and semaphores end with each run.
+/// A machine with the tool in its search path, HOME set to an empty `Home`, and no other folder that matters
+/// to the tool. What is on its disk stays there from run to run; processes and semaphores end with each run.
+/// Its user is root.
 class Machine {
   public:
     Machine();
 
-    /// Why no machine can be made here; nothing when one can.
-    std::optional<std::string> refusal() const;
-
-    /// Further bubblewrap options for every later run.
-    void add(const std::vector<std::string>& options);
+    /// Further bubblewrap options for all later runs.
+    void add(const std::vector<std::string>& more);
     void setEnvironment(const std::string& name, const std::string& value);
     void unsetEnvironment(const std::string& name);
-    /// Makes `path`, which is created as a folder if it is missing, read-only for every later run.
+    /// Makes what is at `path` read-only for all later runs. A missing `path` becomes a folder.
     void makeReadOnly(const std::string& path);
-    /// Puts an empty file system of `bytes` at the folder `path` for every later run.
+    /// Puts an empty file system of `bytes` at the folder `path` in all later runs. It ends with the run.
     void makeTiny(const std::string& path, unsigned bytes);
 
     Outcome run(const std::vector<std::string>& command) const;
     Outcome runTool(const std::vector<std::string>& arguments) const;
+    /// Runs a shell script, in which `HCDCustomHook` is the tool.
     Outcome runShell(const std::string& script) const;
 
-    /// The place on this system's disk of the machine's `path`.
+    /// Where the machine's `path` is on this system's disk.
     std::string outside(const std::string& path) const { return disk + path; }
     void put(const std::string& path, const std::string& content) const;
     void makeFolder(const std::string& path) const;
     void link(const std::string& path, const std::string& target) const;
     void setMode(const std::string& path, mode_t mode) const;
 
-    /// Whether the machine's disk has an entry `path`, links not followed.
+    /// Whether the disk has an entry called `path`; links are not followed.
     bool has(const std::string& path) const;
+    bool hasFolder(const std::string& path) const;
     std::string read(const std::string& path) const;
-    mode_t mode(const std::string& path) const;
-    struct stat info(const std::string& path) const;
-    /// The names in a folder, sorted.
-    std::vector<std::string> names(const std::string& path) const;
+    mode_t modeOf(const std::string& path) const;
+    struct stat infoOf(const std::string& path) const;
+    /// The names in the folder `path`, sorted.
+    std::vector<std::string> namesIn(const std::string& path) const;
 
   private:
     support::TempFolder place;
@@ -85,19 +78,22 @@ class Machine {
 /// Status 0 and nothing printed.
 testing::AssertionResult quiet(const Outcome& outcome);
 
-/// A test with a machine, skipped with the reason where none can be made.
+/// A test with a machine of its own, skipped with the reason where none can be made.
 class MachineTest : public testing::Test {
   protected:
     void SetUp() override;
 
-    /// Runs the tool with `arguments`; it must be quiet.
+    /// Runs the tool, which must be quiet.
     void runTool(const std::vector<std::string>& arguments) const;
     void install() const { runTool({"--install=1"}); }
     void uninstall() const { runTool({}); }
+    /// Runs a script, which must be quiet.
+    void runShell(const std::string& script) const;
 
-    /// A cache of a few files and folders.
+    /// Gives the machine a cache of nested files and folders.
     void fillCache() const;
 
+    support::ScopedUmask usualUmask{022};
     Machine machine;
 };
 

@@ -1,0 +1,13 @@
+#!/usr/bin/env bash
+# Formats the sources; with --check only says which are not formatted, and fails if any is not.
+set -euo pipefail
+
+mapfile -t sources < <(git ls-files --cached --others --exclude-standard -- '*.cpp' '*.h')
+case ${1-} in
+--check) clang-format --dry-run --Werror "${sources[@]}" && echo "${#sources[@]} files are formatted" ;;
+'') clang-format -i "${sources[@]}" ;;
+*)
+    echo "usage: ./dev format [--check]" >&2
+    exit 2
+    ;;
+esac

@@ -1,0 +1,52 @@
+#pragma once
+
+#include <cerrno>
+#include <system_error>
+#include <utility>
+
+#include <fcntl.h>
+#include <unistd.h>
+
+namespace platform {
+
+/// Runs a system call again for as long as a signal interrupts it.
+template <typename Call>
+auto uninterrupted(Call call) {
+    auto result = call();
+    while (result == -1 && errno == EINTR) {
+        result = call();
+    }
+    return result;
+}
+
+inline std::error_code lastError() { return {errno, std::generic_category()}; }
+
+/// What a call that gives -1 on failure came to.
+inline std::error_code errorOf(int result) { return result == -1 ? lastError() : std::error_code(); }
+
+/// Owns an open file descriptor.
+class FileDescriptor {
+  public:
+    /// Opens `path`, not passed on to programs that are executed. The mode counts when a file is created.
+    FileDescriptor(const char* path, int flags, mode_t mode = 0)
+        : number(uninterrupted([&] { return ::open(path, flags | O_CLOEXEC, mode); })) {}
+    ~FileDescriptor() { close(); }
+    FileDescriptor(FileDescriptor&& other) noexcept : number(other.release()) {}
+    FileDescriptor& operator=(FileDescriptor&&) = delete;
+
+    bool isOpen() const { return number != -1; }
+    int get() const { return number; }
+    int release() { return std::exchange(number, -1); }
+
+    /// Closes early, to learn of errors that only come up then. Never repeated: after an interruption the
+    /// number is free already.
+    std::error_code close() {
+        const std::error_code error = isOpen() ? errorOf(::close(release())) : std::error_code();
+        return error == std::errc::interrupted ? std::error_code() : error;
+    }
+
+  private:
+    int number;
+};
+
+} // namespace platform
