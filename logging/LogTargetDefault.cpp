@@ -17,6 +17,7 @@ namespace {
 constexpr int kLockProject = 11;
 constexpr std::size_t kMessageBufferSize = 4096;
 constexpr std::size_t kTimeBufferSize = 256;
+constexpr std::size_t kUsualLineSize = 512;
 
 /// Mac OS X 10.5 and older have no kernel thread ids.
 bool threadIdsAvailable(long majorNumber, long minorNumber) { return majorNumber > 10 || minorNumber > 5; }
@@ -121,7 +122,8 @@ bool LogTargetDefault::writeLog(Log_Level level, const char* context1, const cha
     if (locked && !held) {
         return true;
     }
-    char expanded[kMessageBufferSize] = "";
+    char expanded[kMessageBufferSize];
+    expanded[0] = '\0';
     const char* message = orEmpty(format);
     if (args != nullptr) {
         getLogMessage(expanded, sizeof expanded, message, args);
@@ -163,7 +165,8 @@ void LogTargetDefault::getTimeStr(unsigned long long timeMs, char* buffer) {
         time.tv_usec = static_cast<suseconds_t>(timeMs % 1000 * 1000);
     }
     lastRecordTime = static_cast<std::int32_t>(time.tv_sec);
-    const std::size_t length = formatLocalTime(time.tv_sec, "%x %X", buffer, kTimeBufferSize);
+    const std::size_t length = timeMs == 0 ? currentSecond.format(time.tv_sec, buffer, kTimeBufferSize)
+                                           : formatLocalTime(time.tv_sec, "%x %X", buffer, kTimeBufferSize);
     std::snprintf(buffer + length, kTimeBufferSize - length, ":%.3d", static_cast<int>(time.tv_usec / 1000));
 }
 
@@ -189,6 +192,7 @@ void LogTargetDefault::formatLog(unsigned long long timeMs, Log_Level level, con
                                  std::string& out) {
     char time[kTimeBufferSize];
     getTimeStr(timeMs, time);
+    out.reserve(out.size() + kUsualLineSize);
     out.append(time).append(separator);
     out.append("[").append(getLogLevelString(level)).append("]").append(separator);
     for (const char* text : {context1, context2, context3, context4, detail1, detail2}) {

@@ -6,6 +6,7 @@
 
 #include "logging/LogHeader.h"
 #include "logging/LogTargetBase.h"
+#include "logging/TimeText.h"
 
 namespace elmu {
 
@@ -83,6 +84,8 @@ class LogTargetDefault : public LogTargetBase {
     std::vector<std::string> xmlTagNameList;
 
   private:
+    CurrentSecondText currentSecond;
+
     void closeStream();
     void closeLock();
 };

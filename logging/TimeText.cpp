@@ -1,6 +1,9 @@
 #include "logging/TimeText.h"
 
 #include <cstdio>
+#include <cstdlib>
+
+#include <langinfo.h>
 
 #include "logging/ArgumentList.h"
 
@@ -59,6 +62,25 @@ std::size_t formatLocalTime(std::time_t seconds, const char* pattern, char* buff
         return 0;
     }
     return std::strftime(buffer, size, pattern, &local);
+}
+
+bool CurrentSecondText::holds(std::time_t seconds, const char* zone, const char* locale) const {
+    const bool sameZone = zone == nullptr ? !heldZone : heldZone == zone;
+    return !heldText.empty() && seconds == heldSeconds && sameZone && locale == heldLocale;
+}
+
+std::size_t CurrentSecondText::format(std::time_t seconds, char* buffer, std::size_t size) {
+    const char* zone = std::getenv("TZ");
+    const char* locale = ::nl_langinfo(D_FMT);
+    if (holds(seconds, zone, locale)) {
+        return heldText.copy(buffer, size);
+    }
+    const std::size_t length = formatLocalTime(seconds, "%x %X", buffer, size);
+    heldText.assign(buffer, length);
+    heldSeconds = seconds;
+    heldZone = zone == nullptr ? std::nullopt : std::optional<std::string>(zone);
+    heldLocale = locale;
+    return length;
 }
 
 } // namespace elmu

@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <ctime>
+#include <optional>
 #include <string>
 
 #include <sys/time.h>
@@ -35,5 +36,22 @@ int getLogMessage(char* buffer, unsigned long size, const char* format, char* ar
 /// `size` bytes. The number of characters without the NUL; 0 when there is no text, and `buffer` is then
 /// undefined.
 std::size_t formatLocalTime(std::time_t seconds, const char* pattern, char* buffer, std::size_t size);
+
+/// The text of the second in which records are being written, so that the records of one second pay for it
+/// once. A change of the variable TZ or of the locale shows at once, a new zone file of the system with the
+/// next second.
+class CurrentSecondText {
+  public:
+    /// What `formatLocalTime` gives for "%x %X".
+    std::size_t format(std::time_t seconds, char* buffer, std::size_t size);
+
+  private:
+    bool holds(std::time_t seconds, const char* zone, const char* locale) const;
+
+    std::time_t heldSeconds = 0;
+    std::optional<std::string> heldZone;
+    const char* heldLocale = nullptr;
+    std::string heldText;
+};
 
 } // namespace elmu
