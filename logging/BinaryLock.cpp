@@ -45,6 +45,7 @@ BinaryLock::~BinaryLock() {
     }
 }
 
+// NOLINTNEXTLINE(performance-unnecessary-value-param): the interface takes its own copy.
 bool BinaryLock::create(std::string path, int id) {
     if (semId != kNoSet) {
         return true;

@@ -25,8 +25,8 @@ void* xmlRootElement(void* document);
 /// `value` holds what XML text cannot (control characters, bytes that are not UTF-8).
 void* createXmlElement(const char* name, const char* value);
 
-/// Makes `child` the last child of `parent`. False, with nothing changed, when `parent` is no element
-/// or `child` already has a parent.
+/// Makes `child` the last child of `parent`. False, with nothing changed, when one of them is no element,
+/// or `child` already has a parent, or holds `parent` itself.
 bool appendXmlChild(void* parent, void* child);
 
 /// Sets an attribute; one of the same name is replaced. False, with nothing changed, when `element` is

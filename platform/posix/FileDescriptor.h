@@ -10,8 +10,7 @@
 namespace platform {
 
 /// Runs a system call again for as long as a signal interrupts it.
-template <typename Call>
-auto uninterrupted(Call call) {
+template <typename Call> auto uninterrupted(Call call) {
     auto result = call();
     while (result == -1 && errno == EINTR) {
         result = call();

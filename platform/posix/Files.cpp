@@ -3,52 +3,53 @@
 #include <array>
 #include <cstdint>
 #include <cstdio>
+#include <exception>
 #include <filesystem>
 #include <memory>
-#include <new>
-#include <stdexcept>
 
 #include <dirent.h>
 #include <sys/random.h>
 #include <sys/stat.h>
 
 #include "FileDescriptor.h"
+#include "platform/Paths.h"
 
 namespace platform {
 
 namespace {
 
-using FileStatus = struct stat;
-
-std::error_code errorOf(std::errc error) { return std::make_error_code(error); }
-
-std::optional<FileStatus> statusOfEntry(const char* path) {
-    FileStatus status = {};
+std::optional<struct stat> statusOfEntry(const char* path) {
+    struct stat status = {};
     return ::lstat(path, &status) == 0 ? std::optional(status) : std::nullopt;
 }
 
-// ---- Folders
+bool isEmpty(const char* path) { return *path == '\0'; }
 
-/// Lets the owner of the new folder `path` work in it whatever the umask is.
+mode_t permissionsIn(const struct stat& status) { return status.st_mode & 07777; }
+
+/// Lets the owner of a folder that was just made work in it, whatever the umask is.
 void openToOwner(const char* path) {
-    const auto status = statusOfEntry(path);
     constexpr mode_t needed = S_IWUSR | S_IXUSR;
+    const auto status = statusOfEntry(path);
     if (status && (status->st_mode & needed) != needed) {
-        ::fchmodat(AT_FDCWD, path, (status->st_mode & 07777) | needed, AT_SYMLINK_NOFOLLOW);
+        ::fchmodat(AT_FDCWD, path, permissionsIn(*status) | needed, AT_SYMLINK_NOFOLLOW);
     }
 }
 
 void applyAttributes(const char* path, const FolderAttributes& attributes) {
     constexpr auto unchanged = static_cast<uid_t>(-1);
-    ::fchmodat(AT_FDCWD, path, attributes.mode, AT_SYMLINK_NOFOLLOW);
+    const FileDescriptor folder(path, O_RDONLY | O_DIRECTORY | O_NOFOLLOW);
+    if (::fchmod(folder.get(), attributes.mode) == -1) { // the umask may keep its owner from opening it
+        ::fchmodat(AT_FDCWD, path, attributes.mode, AT_SYMLINK_NOFOLLOW);
+    }
     if (attributes.owner || attributes.group) {
-        [[maybe_unused]] const int refused = ::lchown(path, attributes.owner.value_or(unchanged),
-                                                      attributes.group.value_or(unchanged));
+        [[maybe_unused]] const int refused =
+            ::lchown(path, attributes.owner.value_or(unchanged), attributes.group.value_or(unchanged));
     }
 }
 
 /// Makes sure of one folder whose parent exists.
-std::error_code makeFolder(const char* path, const FolderAttributes* attributes, bool isParent) {
+std::error_code ensureFolder(const char* path, const FolderAttributes* attributes, bool isParent) {
     if (itemAtPath(path) == ItemKind::Folder) {
         return {};
     }
@@ -64,66 +65,220 @@ std::error_code makeFolder(const char* path, const FolderAttributes* attributes,
     return {};
 }
 
-// ---- Reading and writing
-
-/// Appends what is left of the open file to `content`. False on a read error.
-bool readToEnd(const FileDescriptor& file, std::string& content) {
+/// The rest of an open file. Nothing on a read error.
+std::optional<std::string> readToEnd(const FileDescriptor& file) {
+    std::string content;
     std::array<char, 16384> chunk;
     ssize_t count = 0;
-    do {
-        count = uninterrupted([&] { return ::read(file.get(), chunk.data(), chunk.size()); });
-        content.append(chunk.data(), count > 0 ? static_cast<std::size_t>(count) : 0);
-    } while (count > 0);
-    return count == 0;
+    while ((count = uninterrupted([&] { return ::read(file.get(), chunk.data(), chunk.size()); })) > 0) {
+        content.append(chunk.data(), static_cast<std::size_t>(count));
+    }
+    return count == 0 ? std::optional(std::move(content)) : std::nullopt;
 }
 
 std::error_code writeAll(const FileDescriptor& file, std::string_view content) {
     while (!content.empty()) {
-        const ssize_t count =
-            uninterrupted([&] { return ::write(file.get(), content.data(), content.size()); });
+        const auto count = uninterrupted([&] { return ::write(file.get(), content.data(), content.size()); });
         if (count <= 0) {
-            return count == 0 ? errorOf(std::errc::io_error) : lastError();
+            return count == 0 ? std::make_error_code(std::errc::io_error) : lastError();
         }
         content.remove_prefix(static_cast<std::size_t>(count));
     }
     return {};
 }
 
-std::error_code syncToDisk(const FileDescriptor& file) {
-    return errorOf(uninterrupted([&] { return ::fsync(file.get()); }));
-}
-
-// ---- Temporary files
-
-/// A new, short name in the folder of `path`.
-std::optional<std::string> temporaryNameBeside(std::string_view path) {
+/// A new, short name in the folder that holds `path`. Empty when the system has no randomness.
+std::string temporaryNameBeside(std::string_view path) {
     std::uint64_t number = 0;
-    if (::getentropy(&number, sizeof number) != 0) {
-        return std::nullopt;
+    if (::getentropy(&number, sizeof number) == -1) {
+        return {};
     }
     std::array<char, 24> name;
     std::snprintf(name.data(), name.size(), ".new-%016llx", static_cast<unsigned long long>(number));
     return std::string(path.substr(0, path.rfind('/') + 1)) + name.data();
 }
 
-/// A file of its own beside a destination, removed at the end unless it took the destination's place.
+/// A new file beside a destination. Removed at the end unless it took the destination's place.
 class TemporaryFile {
   public:
-    /// Open afterwards, or `errno` says why not.
     TemporaryFile(const char* destination, mode_t mode)
-        : name(temporaryNameBeside(destination).value_or("")),
-          descriptor(name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW, mode) {}
+        : name(temporaryNameBeside(destination)),
+          file(name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW, mode),
+          creation(file.isOpen() ? std::error_code() : lastError()), isThere(file.isOpen()) {}
     ~TemporaryFile() {
-        if (descriptor.isOpen() || mustBeRemoved) {
+        if (isThere) {
             ::unlink(name.c_str());
         }
+    }
+    TemporaryFile(const TemporaryFile&) = delete;
+    TemporaryFile& operator=(const TemporaryFile&) = delete;
+
+    /// Puts `content` on the disk. The mode, when given, is set exactly.
+    std::error_code fill(std::string_view content, std::optional<mode_t> mode) {
+        std::error_code error = creation ? creation : writeAll(file, content);
+        if (!error && mode) {
+            error = errorOf(::fchmod(file.get(), *mode));
+        }
+        if (!error) {
+            error = errorOf(uninterrupted([this] { return ::fsync(file.get()); }));
+        }
+        const std::error_code closing = file.close();
+        return error ? error : closing;
+    }
+
+    std::error_code moveTo(const char* destination) {
+        const std::error_code error = errorOf(::rename(name.c_str(), destination));
+        isThere = bool(error);
+        return error;
     }
 
   private:
     std::string name;
-    FileDescriptor descriptor;
-    bool mustBeRemoved = false;
+    FileDescriptor file;
+    std::error_code creation;
+    bool isThere;
 };
 
+struct FolderCloser {
+    void operator()(DIR* folder) const { ::closedir(folder); }
+};
+
+using OpenFolder = std::unique_ptr<DIR, FolderCloser>;
+
+/// Null when `path` is no folder or cannot be opened.
+OpenFolder openFolder(const char* path) {
+    FileDescriptor descriptor(path, O_RDONLY | O_DIRECTORY);
+    OpenFolder folder(descriptor.isOpen() ? ::fdopendir(descriptor.get()) : nullptr);
+    if (folder) {
+        descriptor.release();
+    }
+    return folder;
+}
+
+/// The next entry of `folder`. Null at the end, with `errno` 0, and on failure.
+const dirent* nextEntry(DIR* folder) {
+    errno = 0;
+    return ::readdir(folder);
+}
+
+/// Why the tree `path` may not be removed at all.
+std::error_code removalRefusal(const char* path) {
+    const std::string name = lastPathComponent(path);
+    if (name == "." || name == ".." || name == "/") {
+        return std::make_error_code(std::errc::invalid_argument);
+    }
+    return statusOfEntry(path) ? std::error_code() : lastError();
+}
+
+/// `path` without trailing slashes: with one, a link would stand for the folder that it leads to.
+std::string withoutTrailingSlashes(std::string_view path) {
+    return std::string(path.substr(0, path.find_last_not_of('/') + 1));
+}
+
+/// Removes an existing tree. What others remove meanwhile is no failure.
+std::error_code removeAll(const std::string& path) try {
+    constexpr int mostRounds = 100;
+    std::error_code error;
+    for (int round = 0; round < mostRounds; ++round) {
+        std::filesystem::remove_all(path, error);
+        if (error != std::errc::no_such_file_or_directory || !entryExists(path.c_str())) {
+            break;
+        }
+    }
+    return error;
+} catch (const std::exception&) {
+    return std::make_error_code(std::errc::not_enough_memory);
+}
+
 } // namespace
+
+ItemKind itemAtPath(const char* path) {
+    struct stat status = {};
+    if (::stat(path, &status) == -1) {
+        return ItemKind::Missing;
+    }
+    return S_ISDIR(status.st_mode) ? ItemKind::Folder : ItemKind::File;
+}
+
+bool entryExists(const char* path) { return statusOfEntry(path).has_value(); }
+
+std::optional<EntryInfo> entryInfo(const char* path) {
+    const auto status = statusOfEntry(path);
+    if (!status) {
+        return std::nullopt;
+    }
+    return EntryInfo{status->st_uid, status->st_gid, S_ISLNK(status->st_mode), status->st_size};
+}
+
+std::error_code createFolders(const char* path, const FolderAttributes* attributes) {
+    const std::string whole = withoutTrailingSlashes(path);
+    for (std::size_t end = whole.find('/', 1); end != std::string::npos; end = whole.find('/', end + 1)) {
+        const std::error_code error = ensureFolder(whole.substr(0, end).c_str(), attributes, true);
+        if (error) {
+            return error;
+        }
+    }
+    return ensureFolder(whole.empty() ? path : whole.c_str(), attributes, false);
+}
+
+std::error_code createFolder(const char* path, mode_t mode) {
+    const std::error_code error = errorOf(::mkdir(path, mode));
+    return error == std::errc::file_exists ? std::error_code() : error;
+}
+
+std::optional<std::vector<std::string>> folderEntries(const char* path) {
+    const OpenFolder folder = openFolder(path);
+    if (!folder) {
+        return std::nullopt;
+    }
+    std::vector<std::string> names;
+    while (const dirent* entry = nextEntry(folder.get())) {
+        const std::string_view name = entry->d_name;
+        if (name != "." && name != "..") {
+            names.emplace_back(name);
+        }
+    }
+    return errno == 0 ? std::optional(std::move(names)) : std::nullopt;
+}
+
+std::error_code removeTree(const char* path) {
+    const std::error_code refusal = removalRefusal(path);
+    return refusal ? refusal : removeAll(withoutTrailingSlashes(path));
+}
+
+std::error_code removeEntry(const char* path) { return errorOf(std::remove(path)); }
+
+std::error_code writeFileAtomically(const char* path, std::string_view content) {
+    const auto old = statusOfEntry(path);
+    if (isEmpty(path) || (!old && errno != ENOENT)) {
+        return lastError();
+    }
+    if (old && S_ISDIR(old->st_mode)) {
+        return std::make_error_code(std::errc::is_a_directory);
+    }
+    const auto kept = old && S_ISREG(old->st_mode) ? std::optional(permissionsIn(*old)) : std::nullopt;
+    TemporaryFile file(path, kept ? *kept & (S_IRUSR | S_IWUSR) : 0666);
+    const std::error_code error = file.fill(content, kept);
+    return error ? error : file.moveTo(path);
+}
+
+std::optional<std::string> readFile(const char* path) {
+    const FileDescriptor file(path, O_RDONLY | O_NONBLOCK | O_NOCTTY);
+    struct stat status = {};
+    if (!file.isOpen() || ::fstat(file.get(), &status) == -1 || !S_ISREG(status.st_mode)) {
+        return std::nullopt;
+    }
+    try {
+        return readToEnd(file);
+    } catch (const std::exception&) { // more content than memory
+        return std::nullopt;
+    }
+}
+
+std::error_code changeOwner(const char* path, uid_t owner, gid_t group) {
+    return errorOf(::chown(path, owner, group));
+}
+
+std::error_code changeMode(const char* path, mode_t mode) { return errorOf(::chmod(path, mode)); }
+
 } // namespace platform

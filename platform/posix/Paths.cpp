@@ -40,12 +40,11 @@ std::string withoutLastComponent(const std::string& tidiedPath) {
 /// Whether `text` holds a blank or one of the marks U+061C, U+200E, U+200F, U+202A to U+202E and
 /// U+2066 to U+2069.
 bool hasBlankOrDirectionMark(std::string_view text) {
-    constexpr std::array<std::string_view, 13> refused = {
-        " ",      "\u061C", "\u200E", "\u200F", "\u202A", "\u202B", "\u202C",
-        "\u202D", "\u202E", "\u2066", "\u2067", "\u2068", "\u2069"};
-    return std::any_of(refused.begin(), refused.end(), [text](std::string_view mark) {
-        return text.find(mark) != std::string_view::npos;
-    });
+    constexpr std::array<std::string_view, 13> refused = {" ",      "\u061C", "\u200E", "\u200F", "\u202A",
+                                                          "\u202B", "\u202C", "\u202D", "\u202E", "\u2066",
+                                                          "\u2067", "\u2068", "\u2069"};
+    return std::any_of(refused.begin(), refused.end(),
+                       [text](std::string_view mark) { return text.find(mark) != std::string_view::npos; });
 }
 
 bool canBeExtension(std::string_view extension) {

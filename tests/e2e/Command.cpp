@@ -2,25 +2,27 @@
 
 #include <cerrno>
 #include <cstdlib>
-#include <stdexcept>
 #include <system_error>
 
 #include <fcntl.h>
 #include <spawn.h>
 #include <sys/wait.h>
+#include <unistd.h>
 
 namespace e2e {
 
 namespace {
 
-/// Standard input empty, standard output and standard error into two files.
+/// Standard input empty, standard output and standard error into two files, and the extra file.
 class Redirection {
   public:
-    Redirection(const std::string& output, const std::string& errors) {
+    Redirection(const std::string& output, const std::string& errors, const std::string& extra) {
+        const int writing = O_WRONLY | O_CREAT | O_TRUNC;
         ::posix_spawn_file_actions_init(&actions);
-        ::posix_spawn_file_actions_addopen(&actions, 0, "/dev/null", O_RDONLY, 0);
-        ::posix_spawn_file_actions_addopen(&actions, 1, output.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
-        ::posix_spawn_file_actions_addopen(&actions, 2, errors.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
+        ::posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
+        ::posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, output.c_str(), writing, 0600);
+        ::posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, errors.c_str(), writing, 0600);
+        ::posix_spawn_file_actions_addopen(&actions, ExtraDescriptor, extra.c_str(), O_RDONLY, 0);
     }
     ~Redirection() { ::posix_spawn_file_actions_destroy(&actions); }
     Redirection(const Redirection&) = delete;
@@ -54,10 +56,10 @@ int statusOf(pid_t child) {
 } // namespace
 
 Outcome runCommand(std::vector<std::string> command, std::vector<std::string> environment,
-                   const support::TempFolder& place) {
+                   const support::TempFolder& place, const std::string& extra) {
     const std::string output = place / "output";
     const std::string errors = place / "errors";
-    const Redirection streams(output, errors);
+    const Redirection streams(output, errors, extra);
     pid_t child = -1;
     const int failure = ::posix_spawn(&child, command.front().c_str(), streams.get(), nullptr,
                                       pointersTo(command).data(), pointersTo(environment).data());

@@ -15,10 +15,13 @@ struct Outcome {
     std::string errors;
 };
 
+/// The descriptor on which a command can read its extra file.
+inline const int ExtraDescriptor = 3;
+
 /// Runs `command`, a program's path and its arguments, to its end, with empty standard input and
 /// `environment` ("NAME=value") alone. What it prints is kept in `place` meanwhile.
 Outcome runCommand(std::vector<std::string> command, std::vector<std::string> environment,
-                   const support::TempFolder& place);
+                   const support::TempFolder& place, const std::string& extra = "/dev/null");
 
 /// "PATH=..." of this process.
 std::string searchPath();

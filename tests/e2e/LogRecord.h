@@ -27,8 +27,7 @@ std::string parsing(int count);
 inline const std::string Created = "INFO Successfully created HCD Ostrel Specifier file";
 inline const std::string Deleted = "INFO Successfully deleted HCD Ostrel Specifier file";
 inline const std::string NotDeleted = "INFO Unable to delete HCD Ostrel Specifier file";
-inline const std::string NoFolder =
-    "WARN CreateDirectoryAtPath: Unable to create HCD Ostrel Specifier file";
+inline const std::string NoFolder = "WARN CreateDirectoryAtPath: Unable to create HCD Ostrel Specifier file";
 inline const std::string NotWritten =
     "WARN CreateFileWithContentAtPath: Unable to create HCD Ostrel Specifier file";
 

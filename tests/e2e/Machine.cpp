@@ -55,12 +55,18 @@ void Machine::makeTiny(const std::string& path, unsigned bytes) {
     add({"--size", std::to_string(bytes), "--tmpfs", path});
 }
 
+void Machine::refuse(const CallNumbers& calls, int error) {
+    filter = place / "filter";
+    support::writeFile(filter, callFilter(calls, error));
+    add({"--seccomp", std::to_string(ExtraDescriptor)});
+}
+
 Outcome Machine::run(const std::vector<std::string>& command) const {
     std::vector<std::string> all = {HCD_MACHINE, disk};
     all.insert(all.end(), options.begin(), options.end());
     all.emplace_back("--");
     all.insert(all.end(), command.begin(), command.end());
-    return runCommand(all, {searchPath()}, place);
+    return runCommand(all, {searchPath()}, place, filter);
 }
 
 Outcome Machine::runTool(const std::vector<std::string>& arguments) const {

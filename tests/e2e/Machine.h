@@ -8,6 +8,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "e2e/CallFilter.h"
 #include "e2e/Command.h"
 #include "support/TempFolder.h"
 
@@ -47,6 +48,8 @@ class Machine {
     void makeReadOnly(const std::string& path);
     /// Puts an empty file system of `bytes` at the folder `path` in all later runs. It ends with the run.
     void makeTiny(const std::string& path, unsigned bytes);
+    /// Lets the system calls `calls` fail with `error` in all later runs, whoever makes them.
+    void refuse(const CallNumbers& calls, int error);
 
     Outcome run(const std::vector<std::string>& command) const;
     Outcome runTool(const std::vector<std::string>& arguments) const;
@@ -73,6 +76,7 @@ class Machine {
     support::TempFolder place;
     std::string disk;
     std::vector<std::string> options;
+    std::string filter = "/dev/null";
 };
 
 /// Status 0 and nothing printed.

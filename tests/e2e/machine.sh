@@ -6,7 +6,8 @@
 # The folder ROOT is "/" of the machine: what the command leaves in /Library, /Applications, /Users and so on stays there
 # for the next run. The machine has its own System V IPC, processes, network and host name, its own /proc, /dev and
 # /tmp, an environment that holds only what the options set, and /usr of this system, read-only. In it the command is
-# root: with all the rights of the caller when that is root, else as the only user of a user namespace.
+# root: with all the rights of the caller when that is root, else as the only user of a user namespace. It starts in "/".
+# Paths in the options are absolute.
 #
 # Ends with the command's status, or with 69 and one sentence when bubblewrap cannot make a machine here.
 set -euo pipefail
@@ -25,7 +26,9 @@ usage() {
 [[ $# -ge 3 ]] || usage
 command -v bwrap >/dev/null || no_machine "bubblewrap (bwrap) is not installed."
 
-root=$1
+mkdir -p "$1"
+root=$(cd "$1" && pwd)
+cd /
 shift
 options=()
 while [[ $# -gt 0 && $1 != -- ]]; do
@@ -48,7 +51,7 @@ supply /etc/nsswitch.conf <<<$'passwd: files\ngroup: files'
 machine=(--bind "$root" / --ro-bind /usr /usr --proc /proc --dev /dev --perms 1777 --tmpfs /tmp
          --ro-bind-try /etc/ld.so.cache /etc/ld.so.cache
          --unshare-ipc --unshare-pid --unshare-net --unshare-uts --hostname machine
-         --cap-add ALL --die-with-parent --clearenv --setenv PATH /usr/bin:/bin --chdir /)
+         --cap-add ALL --die-with-parent --clearenv --setenv PATH /usr/bin:/bin)
 for folder in /bin /sbin /lib*; do
     if [[ -L $folder ]]; then
         ln -sfn "$(readlink "$folder")" "$root$folder"

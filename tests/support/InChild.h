@@ -3,10 +3,12 @@
 #include <csignal>
 #include <cstdio>
 #include <functional>
+#include <string>
 
 #include <gtest/gtest.h>
 
 #include <grp.h>
+#include <sched.h>
 #include <sys/types.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -51,6 +53,23 @@ inline void asOrdinaryUser(const std::function<void()>& body) {
             body();
         }
     });
+}
+
+/// Makes `folder` the root folder of this process, for good: to be used in a child. False when the machine
+/// does not allow it.
+inline bool enterRootOfItsOwn(const std::string& folder) {
+    const bool mayChangeRoot = ::geteuid() == 0 || ::unshare(CLONE_NEWUSER) == 0;
+    return mayChangeRoot && ::chroot(folder.c_str()) == 0 && ::chdir("/") == 0;
+}
+
+/// Whether `enterRootOfItsOwn` works here.
+inline bool canHaveARootOfItsOwn(const std::string& folder) {
+    const pid_t child = ::fork();
+    if (child == 0) {
+        ::_exit(enterRootOfItsOwn(folder) ? 0 : 1);
+    }
+    int status = 1;
+    return ::waitpid(child, &status, 0) == child && status == 0;
 }
 
 } // namespace support

@@ -26,11 +26,15 @@ inline const std::vector<Receiver>& allReceivers() {
     return all;
 }
 
-inline std::string receiverName(const testing::TestParamInfo<Receiver>& info) {
+inline std::string nameOf(Receiver receiver) {
     static const std::vector<std::string> names{"ToItsOwnLogger", "ToTheProcessWideFunction",
                                                 "ToTheProcessWideLogger", "ToNobody"};
-    return names[static_cast<std::size_t>(info.param)];
+    return names[static_cast<std::size_t>(receiver)];
 }
+
+inline void PrintTo(Receiver receiver, std::ostream* out) { *out << nameOf(receiver); }
+
+inline std::string receiverName(const testing::TestParamInfo<Receiver>& info) { return nameOf(info.param); }
 
 /// A report without its envelope.
 struct Line {

@@ -7,10 +7,10 @@
 
 #include "support/ReportReceivers.h"
 
-using ELMUUtils::CommandLineParser;
 using elmu::DEBUG;
 using elmu::ERROR;
 using elmu::INFO;
+using ELMUUtils::CommandLineParser;
 using support::Line;
 using support::Lines;
 using support::Receiver;
@@ -42,8 +42,9 @@ Line counted(int count) {
 }
 
 Line toolSkipped() {
-    return {DEBUG, "First command line argument is /opt/tools/HCDCustomHook, Assuming the first argument to be "
-                   "executable address ignoring it."};
+    return {DEBUG,
+            "First command line argument is /opt/tools/HCDCustomHook, Assuming the first argument to be "
+            "executable address ignoring it."};
 }
 
 Line specified(const std::string& argument) { return {DEBUG, "Argument specified is " + argument}; }
@@ -242,14 +243,14 @@ TEST(CommandLineParser, HandsFormatsAndArgumentsOnApart) {
     for (const Record& record : receivers.records()) {
         formats.push_back(record.format);
     }
-    EXPECT_EQ(formats,
-              (std::vector<std::string>{
-                  "Parsing the command line provided. Number of command line arguments is %d",
-                  "First command line argument is %s, Assuming the first argument to be executable address "
-                  "ignoring it.",
-                  "Argument specified is %s", "Argument specified is %s",
-                  "The argument %s already sepecified", "Argument specified is %s",
-                  "The argument key or value is empty for %s"}));
+    EXPECT_EQ(
+        formats,
+        (std::vector<std::string>{
+            "Parsing the command line provided. Number of command line arguments is %d",
+            "First command line argument is %s, Assuming the first argument to be executable address "
+            "ignoring it.",
+            "Argument specified is %s", "Argument specified is %s", "The argument %s already sepecified",
+            "Argument specified is %s", "The argument key or value is empty for %s"}));
 }
 
 TEST(CommandLineParser, ReportsToTheLoggerThatIsSetAtTheTime) {
@@ -310,14 +311,16 @@ TEST_P(CommandLineParserReports, TheCountAndTheSkippedToolForTheToolAlone) {
 
 TEST_P(CommandLineParserReports, TheCountAndAnErrorForNoArguments) {
     parser.parseCommandLineArguments(0, nullptr);
-    EXPECT_EQ(lines(), (Lines{counted(0), {ERROR, "Argument count is zero. There should be at least one i.e. "
-                                                  "name of application."}}));
+    EXPECT_EQ(lines(), (Lines{counted(0),
+                              {ERROR, "Argument count is zero. There should be at least one i.e. "
+                                      "name of application."}}));
 }
 
 TEST_P(CommandLineParserReports, ANegativeCountAsItIs) {
     parser.parseCommandLineArguments(-7, nullptr);
-    EXPECT_EQ(lines(), (Lines{counted(-7), {ERROR, "Argument count is zero. There should be at least one i.e. "
-                                                   "name of application."}}));
+    EXPECT_EQ(lines(), (Lines{counted(-7),
+                              {ERROR, "Argument count is zero. There should be at least one i.e. "
+                                      "name of application."}}));
 }
 
 TEST_P(CommandLineParserReports, OnlyTheArgumentItselfWhenItIsStored) {
@@ -333,9 +336,8 @@ TEST_P(CommandLineParserReports, NoErrorForAProcessSerialNumber) {
 
 TEST_P(CommandLineParserReports, AnErrorForAMissingEqualsSign) {
     parse(parser, {"--install", "-ps", "--", ""});
-    EXPECT_EQ(lines(),
-              (Lines{counted(5), toolSkipped(), specified("--install"), noEquals, specified("-ps"), noEquals,
-                     specified("--"), noEquals, specified(""), noEquals}));
+    EXPECT_EQ(lines(), (Lines{counted(5), toolSkipped(), specified("--install"), noEquals, specified("-ps"),
+                              noEquals, specified("--"), noEquals, specified(""), noEquals}));
 }
 
 TEST_P(CommandLineParserReports, AnErrorForMissingDashes) {
@@ -348,20 +350,20 @@ TEST_P(CommandLineParserReports, AnErrorForMissingDashes) {
 TEST_P(CommandLineParserReports, AnErrorWithTheWholeArgumentForAnEmptyKeyOrValue) {
     parse(parser, {"--=1", "--install=", "--="});
     EXPECT_EQ(lines(),
-              (Lines{counted(4), toolSkipped(), specified("--=1"), emptyPart("--=1"),
-                     specified("--install="), emptyPart("--install="), specified("--="), emptyPart("--=")}));
+              (Lines{counted(4), toolSkipped(), specified("--=1"), emptyPart("--=1"), specified("--install="),
+                     emptyPart("--install="), specified("--="), emptyPart("--=")}));
 }
 
 TEST_P(CommandLineParserReports, AnErrorWithTheBareKeyForARepeatedKey) {
     parse(parser, {"--k=1", "--k=2", "--k=1"});
-    EXPECT_EQ(lines(), (Lines{counted(4), toolSkipped(), specified("--k=1"), specified("--k=2"), repeated("k"),
-                              specified("--k=1"), repeated("k")}));
+    EXPECT_EQ(lines(), (Lines{counted(4), toolSkipped(), specified("--k=1"), specified("--k=2"),
+                              repeated("k"), specified("--k=1"), repeated("k")}));
 }
 
 TEST_P(CommandLineParserReports, AnEmptyValueBeforeARepeatedKey) {
     parse(parser, {"--k=1", "--k="});
-    EXPECT_EQ(lines(), (Lines{counted(3), toolSkipped(), specified("--k=1"), specified("--k="),
-                              emptyPart("--k=")}));
+    EXPECT_EQ(lines(),
+              (Lines{counted(3), toolSkipped(), specified("--k=1"), specified("--k="), emptyPart("--k=")}));
 }
 
 TEST_P(CommandLineParserReports, AKeyOfAnEarlierCallAsRepeated) {

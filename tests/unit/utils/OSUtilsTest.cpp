@@ -5,7 +5,6 @@
 
 #include <gtest/gtest.h>
 
-#include "logging/LogHeader.h"
 #include "support/ScriptedHost.h"
 
 using ELMUUtils::OSUtils;
@@ -170,35 +169,16 @@ TEST_P(OSUtilsBitness, FollowsTheMachineName) {
     EXPECT_EQ(bitness, expected);
 }
 
-INSTANTIATE_TEST_SUITE_P(MachineNames, OSUtilsBitness,
-                         testing::Values(std::pair{"i386", OSUtils::Bits32},
-                                         std::pair{"x86_64", OSUtils::Bits64},
-                                         std::pair{"i686", OSUtils::Bits64},
-                                         std::pair{"arm64", OSUtils::Bits64},
-                                         std::pair{"I386", OSUtils::Bits64},
-                                         std::pair{"i386x", OSUtils::Bits64},
-                                         std::pair{"i38", OSUtils::Bits64}, std::pair{"", OSUtils::Bits64}));
+INSTANTIATE_TEST_SUITE_P(
+    MachineNames, OSUtilsBitness,
+    testing::Values(std::pair{"i386", OSUtils::Bits32}, std::pair{"x86_64", OSUtils::Bits64},
+                    std::pair{"i686", OSUtils::Bits64}, std::pair{"arm64", OSUtils::Bits64},
+                    std::pair{"I386", OSUtils::Bits64}, std::pair{"i386x", OSUtils::Bits64},
+                    std::pair{"i38", OSUtils::Bits64}, std::pair{"", OSUtils::Bits64}));
 
 TEST_F(OSUtilsTest, LeavesTheBitnessAloneWhenTheMachineNameCannotBeHad) {
     host().machineName = std::nullopt;
     auto bitness = OSUtils::Bits32;
     EXPECT_FALSE(OSUtils::GetCurrentOSBitness(bitness));
     EXPECT_EQ(bitness, OSUtils::Bits32);
-}
-
-TEST_F(OSUtilsTest, OffersTheVersionAsThreeNumbersToTheLog) {
-    host().systemVersion = platform::SystemVersion{10, 15, 7};
-    long major = -1;
-    long minor = -1;
-    long patch = -1;
-    EXPECT_TRUE(elmu::utilGetCurrentOSVersion(major, minor, patch));
-    expectVersion({major, minor, patch}, 10, 15, 7);
-}
-
-TEST_F(OSUtilsTest, HidesAFailedQueryFromTheLog) {
-    offerOnlyTheOlderQuery();
-    long major = -1;
-    long minor = -1;
-    long patch = -1;
-    EXPECT_TRUE(elmu::utilGetCurrentOSVersion(major, minor, patch));
 }

@@ -1,0 +1,114 @@
+#!/bin/bash
+# Runs the built tool with the given arguments in a throw-away machine and shows what it left there. The machine's disk
+# is build/machine and is kept from run to run. It has the application installed, and a cache that is filled again
+# before each run, as the application does when it is used.
+#
+# Ends with the tool's status, or with 69 and one sentence when no machine can be made here.
+set -euo pipefail
+
+project=$(cd "$(dirname "$0")/.." && pwd)
+tool=$project/build/release/bin/HCDCustomHook
+disk=$project/build/machine
+home=/Users/operator
+log=$home/Library/Logs/Halcyra/HCD/HCD.log
+manifest="/Library/Application Support/Korvane/Ostrel/specifiers/halcyra.xml"
+product="/Applications/Utilities/Korvane Halcyra"
+cache=$product/CEF
+
+# Puts standard input at a place on the machine's disk that has nothing yet.
+seed() {
+    [[ ! -e $disk$1 ]] || return 0
+    mkdir -p "$(dirname "$disk$1")"
+    cat >"$disk$1"
+}
+
+install_application() {
+    local application=$product/HCD/Halcyra.app/Contents
+    seed "$application/Info.plist" <<'PLIST'
+<?xml version="1.0" encoding="UTF-8"?>
+<!DOCTYPE plist PUBLIC "-//Apple//DTD PLIST 1.0//EN" "http://www.apple.com/DTDs/PropertyList-1.0.dtd">
+<plist version="1.0">
+<dict>
+    <key>CFBundleExecutable</key>
+    <string>Halcyra</string>
+    <key>CFBundleIdentifier</key>
+    <string>com.korvane.halcyra</string>
+    <key>CFBundleName</key>
+    <string>Halcyra</string>
+    <key>CFBundlePackageType</key>
+    <string>APPL</string>
+    <key>CFBundleShortVersionString</key>
+    <string>4.3.0</string>
+    <key>CFBundleVersion</key>
+    <string>4.3.0.256</string>
+</dict>
+</plist>
+PLIST
+    seed "$application/MacOS/Halcyra" <<<$'#!/bin/sh\nexit 0'
+    chmod 755 "$disk$application/MacOS/Halcyra"
+}
+
+fill_cache() {
+    seed "$cache/Cache/index" <<<index
+    seed "$cache/Cache/data_0" <<<pages
+    seed "$cache/GPUCache/index" <<<index
+    seed "$cache/Local Storage/leveldb/CURRENT" <<<MANIFEST-000001
+    seed "$cache/Cookies" <<<cookies
+}
+
+prepare_disk() {
+    mkdir -p "$disk"/Library "$disk$home"
+    install_application
+    fill_cache
+}
+
+run_tool() {
+    "$project/tests/e2e/machine.sh" "$disk" --ro-bind "$tool" /opt/hcd/HCDCustomHook --setenv HOME "$home" \
+        --ro-bind-try /etc/localtime /etc/localtime -- /opt/hcd/HCDCustomHook "$@"
+}
+
+state() {
+    local manifest_state=none cache_state=gone
+    [[ ! -e $disk$manifest ]] || manifest_state=there
+    [[ ! -e $disk$cache ]] || cache_state="there, $(find "$disk$cache" -type f | wc -l) files"
+    printf 'manifest: %s; cache folder CEF: %s\n' "$manifest_state" "$cache_state"
+}
+
+show_tree() {
+    printf '\n== What is in /Applications, /Library and /Users\n'
+    (cd "$disk" && find Applications Library Users -type d -printf '%M /%p/\n' -o -printf '%M /%p\n') |
+        tr / '\001' | LC_ALL=C sort -k 2 | tr '\001' /
+}
+
+show_file() {
+    printf '\n== %s: %s\n' "$1" "$2"
+    if [[ ! -f $disk$2 ]]; then
+        echo "(there is none)"
+        return
+    fi
+    cat "$disk$2"
+    [[ -z $(tail -c 1 "$disk$2") ]] || echo
+}
+
+show_run() {
+    printf 'Command      HCDCustomHook%s\n' "${1:+ $1}"
+    printf 'Machine      %s (kept between runs)\n' "$disk"
+    printf 'Before       %s\n' "$2"
+    printf 'After        %s\n' "$3"
+    printf 'Exit status  %d\n' "$4"
+    printf 'Printed      %s\n' "${5:-nothing}"
+}
+
+prepare_disk
+before=$(state)
+status=0
+printed=$(run_tool "$@" 2>&1) || status=$?
+if [[ $status -eq 69 ]]; then
+    printf '%s\n' "$printed" >&2
+    exit "$status"
+fi
+show_run "$*" "$before" "$(state)" "$status" "$printed"
+show_tree
+show_file "The manifest" "$manifest"
+show_file "The log" "$log"
+exit "$status"

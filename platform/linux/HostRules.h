@@ -1,0 +1,40 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "platform/System.h"
+
+/// The decisions behind the answers of this host, apart from where their facts come from.
+namespace platform {
+
+/// The values of the environment variables that choose the language. An empty one counts as not set.
+struct LanguageVariables {
+    std::string_view language;   ///< LANGUAGE
+    std::string_view lcAll;      ///< LC_ALL
+    std::string_view lcMessages; ///< LC_MESSAGES
+    std::string_view lcCtype;    ///< LC_CTYPE
+    std::string_view lang;       ///< LANG
+};
+
+/// The entries of LANGUAGE, then the locale of messages, as tags and each of them once. In the C locale
+/// LANGUAGE does not count.
+std::vector<std::string> languagesFrom(const LanguageVariables& variables);
+
+/// The locale of characters, codeset and modifier cut off.
+std::string localeIdentifierFrom(const LanguageVariables& variables);
+
+/// Up to three numbers, joined by dots, that a kernel's release name begins with.
+SystemVersion versionFromRelease(std::string_view release);
+
+/// The bundle "X.app" of "X.app/Contents/MacOS/NAME", the folder of any other program.
+std::string bundleOfExecutable(std::string_view executable);
+
+/// Whether a login session of this class is a person's, and no login screen or service.
+bool isPersonsSession(std::string_view sessionClass);
+
+/// The home folder that `HOME` gives, or else the one on record. Both may be empty.
+std::string chosenHome(std::string_view variable, bool actsAsItself, std::string_view onRecord);
+
+} // namespace platform

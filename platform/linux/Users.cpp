@@ -1,0 +1,95 @@
+#include "platform/Users.h"
+
+#include <cerrno>
+#include <cstdlib>
+#include <memory>
+#include <string_view>
+#include <vector>
+
+#include <pwd.h>
+#include <systemd/sd-login.h>
+#include <unistd.h>
+
+#include "HostRules.h"
+
+namespace platform {
+
+namespace {
+
+struct Account {
+    std::string name;
+    gid_t group = 0;
+    std::string home;
+};
+
+std::optional<Account> accountOf(uid_t uid) {
+    std::vector<char> texts(1024);
+    passwd entry = {};
+    passwd* found = nullptr;
+    int error = 0;
+    while ((error = ::getpwuid_r(uid, &entry, texts.data(), texts.size(), &found)) == ERANGE ||
+           error == EINTR) {
+        texts.resize(error == ERANGE ? 2 * texts.size() : texts.size());
+    }
+    return found ? std::optional(Account{found->pw_name, found->pw_gid, found->pw_dir}) : std::nullopt;
+}
+
+/// A text that a library handed over to be freed.
+class OwnedText {
+  public:
+    OwnedText() = default;
+    ~OwnedText() { std::free(text); }
+    OwnedText(const OwnedText&) = delete;
+    OwnedText& operator=(const OwnedText&) = delete;
+
+    char** place() { return &text; }
+    const char* get() const { return text; }
+
+  private:
+    char* text = nullptr;
+};
+
+/// The user of the first seat's active session, if that session is a person's.
+std::optional<uid_t> activeUser() {
+    OwnedText session;
+    OwnedText sessionClass;
+    uid_t uid = 0;
+    if (::sd_seat_get_active("seat0", session.place(), &uid) < 0 ||
+        ::sd_session_get_class(session.get(), sessionClass.place()) < 0 ||
+        !isPersonsSession(sessionClass.get())) {
+        return std::nullopt;
+    }
+    return uid;
+}
+
+std::string_view withoutTrailingSlashes(std::string_view path) {
+    const std::size_t last = path.find_last_not_of('/');
+    return last == std::string_view::npos ? path.substr(0, 1) : path.substr(0, last + 1);
+}
+
+} // namespace
+
+bool isPersonsSession(std::string_view sessionClass) { return sessionClass.starts_with("user"); }
+
+std::string chosenHome(std::string_view variable, bool actsAsItself, std::string_view onRecord) {
+    const std::string_view home = actsAsItself && variable.starts_with('/') ? variable : onRecord;
+    return home.starts_with('/') ? std::string(withoutTrailingSlashes(home)) : std::string();
+}
+
+std::optional<ConsoleUser> consoleUser() {
+    const auto uid = activeUser();
+    const auto account = uid ? accountOf(*uid) : std::nullopt;
+    return account ? std::optional(ConsoleUser{account->name, *uid, account->group}) : std::nullopt;
+}
+
+uid_t effectiveUser() { return ::geteuid(); }
+
+bool setEffectiveUser(uid_t uid) { return ::seteuid(uid) == 0; }
+
+std::string homeFolder() {
+    const char* const variable = std::getenv("HOME");
+    const auto account = accountOf(::geteuid());
+    return chosenHome(variable ? variable : "", ::geteuid() == ::getuid(), account ? account->home : "");
+}
+
+} // namespace platform

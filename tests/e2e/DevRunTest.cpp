@@ -1,0 +1,78 @@
+#include "e2e/Machine.h"
+
+#include <filesystem>
+
+namespace fs = std::filesystem;
+using namespace e2e;
+using testing::AllOf;
+using testing::HasSubstr;
+using testing::Not;
+
+namespace {
+
+/// A copy of the run command with the built tool, which keeps its machine in a temporary folder.
+class RunCommand : public MachineTest {
+  protected:
+    void SetUp() override {
+        MachineTest::SetUp();
+        const fs::path script = HCD_MACHINE;
+        supply("tests/e2e/machine.sh", script);
+        supply("cmake/run.sh", script.parent_path() / "../../cmake/run.sh");
+        supply("build/release/bin/HCDCustomHook", HCD_TOOL);
+    }
+
+    Outcome start(const std::vector<std::string>& arguments, const std::string& path = searchPath()) const {
+        std::vector<std::string> command = {project / "cmake/run.sh"};
+        command.insert(command.end(), arguments.begin(), arguments.end());
+        return runCommand(command, {path}, project);
+    }
+
+    support::TempFolder project;
+
+  private:
+    void supply(const std::string& name, const fs::path& source) const {
+        fs::create_directories(fs::path(project / name).parent_path());
+        fs::copy_file(source, project / name);
+    }
+};
+
+} // namespace
+
+TEST_F(RunCommand, ShowsWhatAnInstallDoes) {
+    const Outcome outcome = start({"--install=1"});
+    EXPECT_EQ(outcome.status, 0);
+    EXPECT_THAT(outcome.output,
+                AllOf(HasSubstr("Before       manifest: none; cache folder CEF: there, 5 files\n"),
+                      HasSubstr("After        manifest: there; cache folder CEF: gone\n"),
+                      HasSubstr("Exit status  0\n"), HasSubstr("Printed      nothing\n")));
+    EXPECT_EQ(outcome.errors, "");
+}
+
+TEST_F(RunCommand, ShowsTheTreeTheManifestAndTheLog) {
+    const Outcome outcome = start({"--install=1"});
+    EXPECT_THAT(outcome.output, AllOf(HasSubstr(" " + Manifest + "\n"),
+                                      HasSubstr(ProductFolder + "/HCD/Halcyra.app/Contents/Info.plist\n"),
+                                      HasSubstr(manifestText()),
+                                      HasSubstr(" | Successfully created HCD Ostrel Specifier file\n")));
+    EXPECT_THAT(outcome.output, Not(HasSubstr(Cache + "/")));
+}
+
+TEST_F(RunCommand, ShowsTheUninstallAfterwards) {
+    start({"--install=1"});
+    const Outcome outcome = start({});
+    EXPECT_EQ(outcome.status, 0);
+    EXPECT_THAT(outcome.output,
+                AllOf(HasSubstr("Before       manifest: there; cache folder CEF: there, 5 files\n"),
+                      HasSubstr("After        manifest: none; cache folder CEF: there, 5 files\n"),
+                      HasSubstr(" | Successfully created HCD Ostrel Specifier file\n"),
+                      HasSubstr(" | Successfully deleted HCD Ostrel Specifier file\n")));
+}
+
+TEST_F(RunCommand, PassesOnThatNoMachineCanBeMade) {
+    support::writeFile(project / "bin/bwrap", "#!/bin/sh\necho 'bwrap: No permissions' >&2\nexit 1\n");
+    fs::permissions(project / "bin/bwrap", fs::perms::owner_all);
+    const Outcome outcome = start({"--install=1"}, "PATH=" + (project / "bin:/usr/bin:/bin"));
+    EXPECT_EQ(outcome.status, 69);
+    EXPECT_EQ(outcome.output, "");
+    EXPECT_EQ(outcome.errors, "No machine can be made here: bubblewrap says \"bwrap: No permissions\".\n");
+}
