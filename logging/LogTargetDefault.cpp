@@ -45,6 +45,8 @@ bool LogTargetDefault::SetStreamHandle(std::fstream& s) {
     if (s.is_open()) {
         s.close();
     }
+    // Without a buffer nothing is left of a line that could not be written, to come out at some later time.
+    s.rdbuf()->pubsetbuf(nullptr, 0);
     const bool existed = platform::entryExists(logFilePath.c_str());
     s.open(logFilePath, std::ios::out | std::ios::app);
     if (!existed && s.is_open()) {

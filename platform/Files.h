@@ -43,8 +43,7 @@ struct FolderAttributes {
 /// Creates the folder `path` and every missing parent. An existing folder (or a link to one) is a
 /// success and stays as it is. `attributes`, when given, go to every folder that this call makes and to
 /// no other; a refused owner or mode is no failure. Without them a folder gets 0777 less the umask, and a
-/// parent always lets its owner work in it.
-/// On failure the parents made so far stay.
+/// parent always lets its owner work in it. On failure the parents made so far stay.
 std::error_code createFolders(const char* path, const FolderAttributes* attributes);
 
 /// Creates one folder with `mode` less the umask. An entry of that name that is there already, of any

@@ -104,8 +104,8 @@ TEST_F(LevelMarkers, AFolderDoesNotHideTheNextMarker) {
 }
 
 TEST_F(LevelMarkers, TogetherGiveEachRecordOnce) {
-    for (const std::string name : {"ELMU.trace", "ELMU.debug", "ruk.trace", "ruk.debug"}) {
-        machine.put(LogsFolder + "/" + name, "");
+    for (const char* const name : {"/ELMU.trace", "/ELMU.debug", "/ruk.trace", "/ruk.debug"}) {
+        machine.put(LogsFolder + name, "");
     }
     installAndExpectAllRecords();
 }

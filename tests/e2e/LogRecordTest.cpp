@@ -2,9 +2,10 @@
 #include "e2e/Machine.h"
 
 #include <chrono>
-#include <cstdio>
 #include <ctime>
+#include <iomanip>
 #include <regex>
+#include <sstream>
 
 #include <sys/utsname.h>
 
@@ -32,23 +33,22 @@ long long nowInMilliseconds() {
 /// The time of a record that was written `offset` seconds east of Greenwich.
 long long millisecondsOf(const std::string& text, int offset) {
     std::tm date = {};
+    char colon = '\0';
     int milliseconds = 0;
-    EXPECT_EQ(std::sscanf(text.c_str(), "%2d/%2d/%2d %2d:%2d:%2d:%3d", &date.tm_mon, &date.tm_mday,
-                          &date.tm_year, &date.tm_hour, &date.tm_min, &date.tm_sec, &milliseconds),
-              7)
-        << text;
-    date.tm_mon -= 1;
-    date.tm_year += 100;
+    std::istringstream fields(text);
+    fields >> std::get_time(&date, "%m/%d/%y %H:%M:%S") >> colon >> milliseconds;
+    EXPECT_TRUE(fields) << text;
     return (static_cast<long long>(::timegm(&date)) - offset) * 1000 + milliseconds;
 }
 
 /// Systems up to 10.5 have no thread ids: their numbers are compared one by one.
 bool systemHasThreadIds() {
     utsname system = {};
+    ::uname(&system);
     long majorNumber = 0;
     long minorNumber = 0;
-    ::uname(&system);
-    std::sscanf(system.release, "%ld.%ld", &majorNumber, &minorNumber);
+    char dot = '\0';
+    std::istringstream(system.release) >> majorNumber >> dot >> minorNumber;
     return !(majorNumber <= 10 && minorNumber <= 5);
 }
 

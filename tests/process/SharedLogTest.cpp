@@ -9,6 +9,8 @@
 
 #include <gtest/gtest.h>
 
+#include <poll.h>
+#include <sched.h>
 #include <unistd.h>
 
 #include "logging/BinaryLock.h"
@@ -97,8 +99,29 @@ const support::KnownRole writesRecords("writer", [](const std::vector<std::strin
     return support::wasTold("leave") && writer.leave() ? 0 : 1;
 });
 
+bool isSpokenTo() {
+    pollfd orders{STDIN_FILENO, POLLIN, 0};
+    return ::poll(&orders, 1, 0) > 0;
+}
+
+/// Writes until it is told to stop, and says how many records it wrote: FOLDER WRITER.
+const support::KnownRole writesUntilTold("steady-writer", [](const std::vector<std::string>& arguments) {
+    useHome(arguments.at(0));
+    Writer writer(std::stoi(arguments.at(1)), Length::Short);
+    support::answer(writer.enroll(arguments.at(0)) ? "ready" : "refused");
+    int records = 0;
+    while (!isSpokenTo()) {
+        writer.write(records++);
+    }
+    if (!support::wasTold("stop")) {
+        return 1;
+    }
+    support::answer(std::to_string(records));
+    return support::wasTold("leave") && writer.leave() ? 0 : 1;
+});
+
 /// Writes until it is killed, and tells of every tenth record: FOLDER WRITER.
-const support::KnownRole writesForEver("victim", [](const std::vector<std::string>& arguments) {
+const support::KnownRole writesForEver("victim", [](const std::vector<std::string>& arguments) -> int {
     useHome(arguments.at(0));
     Writer writer(std::stoi(arguments.at(1)), Length::Short);
     support::answer(writer.enroll(arguments.at(0)) ? "ready" : "refused");
@@ -177,17 +200,46 @@ class SharedLog : public testing::Test {
         return child;
     }
 
+    /// Processes that have registered and write at once.
+    void startSteadyWriters(int count) {
+        for (int writer = 0; writer < count; ++writer) {
+            writers.push_back(start("steady-writer", writer));
+        }
+    }
+
+    void stopSteadyWriters() {
+        for (const auto& writer : writers) {
+            recordsOf.push_back(std::atoi(writer->ask("stop").c_str()));
+        }
+        letThemLeave();
+    }
+
     /// Processes that have registered and wait for the order to write `records` records each.
     void startWriters(int count, int records) {
         for (int writer = 0; writer < count; ++writer) {
             writers.push_back(start("writer", writer, std::to_string(records)));
+            recordsOf.push_back(records);
         }
-        recordsOfEach = records;
     }
 
+    /// Gives the order to write, and lets nobody begin before all of them want to.
     void letThemWrite() {
+        elmu::BinaryLock gate;
+        ASSERT_TRUE(gate.create(path, support::logProject) && gate.wait());
         for (const auto& writer : writers) {
             writer->tell("write");
+        }
+        untilWaiting(static_cast<int>(writers.size()));
+        EXPECT_TRUE(gate.release());
+        EXPECT_TRUE(gate.finalize());
+    }
+
+    /// Returns when `count` processes wait for the lock.
+    void untilWaiting(int count) const {
+        const auto deadline = std::chrono::steady_clock::now() + support::childDeadline;
+        while (support::waitersFor(set(), support::lockMember) != count) {
+            ASSERT_LT(std::chrono::steady_clock::now(), deadline);
+            ::sched_yield();
         }
     }
 
@@ -195,6 +247,10 @@ class SharedLog : public testing::Test {
         for (const auto& writer : writers) {
             EXPECT_EQ(writer->hear(), "done");
         }
+        letThemLeave();
+    }
+
+    void letThemLeave() {
         for (const auto& writer : writers) {
             writer->tell("leave");
             EXPECT_EQ(writer->join(), 0);
@@ -217,7 +273,8 @@ class SharedLog : public testing::Test {
             ASSERT_EQ(line.substr(timeLength), afterTime(*writer, next[*writer]++, length));
         }
         for (int writer = 0; writer < count; ++writer) {
-            EXPECT_EQ(next[writer], recordsOfEach) << "records of writer " << writer;
+            EXPECT_EQ(next[writer], recordsOf[static_cast<std::size_t>(writer)])
+                << "records of writer " << writer;
         }
     }
 
@@ -227,7 +284,7 @@ class SharedLog : public testing::Test {
     std::string path = home / logName;
     std::string lengthName = "short";
     std::vector<std::unique_ptr<Child>> writers;
-    int recordsOfEach = 0;
+    std::vector<int> recordsOf; ///< how many each of the writers wrote
 };
 
 TEST_F(SharedLog, HoldsEveryRecordOfEightProcessesOnce) {
@@ -260,6 +317,7 @@ TEST_F(SharedLog, LeavesNoSetBehindWhenProcessesComeAndGo) {
         letThemWrite();
         letThemFinish();
         writers.clear();
+        recordsOf.clear();
     }
     EXPECT_EQ(set(), -1);
 }
@@ -278,12 +336,8 @@ TEST_F(SharedLog, MakesWritersWaitForAHolderAndGoOnWhenItIsKilled) {
     startWriters(1, 3);
     Child keeper({"lock-keeper", path});
     ASSERT_EQ(keeper.hear(), "taken");
-    letThemWrite();
-    const auto deadline = std::chrono::steady_clock::now() + support::childDeadline;
-    while (support::waitersFor(set(), support::lockMember) == 0) {
-        ASSERT_FALSE(writers[0]->hasAnswerWithin(std::chrono::milliseconds(1))) << "it did not wait";
-        ASSERT_LT(std::chrono::steady_clock::now(), deadline);
-    }
+    writers[0]->tell("write");
+    untilWaiting(1);
     EXPECT_EQ(support::readFile(path), "");
     keeper.killAndJoin();
     letThemFinish();
@@ -292,8 +346,7 @@ TEST_F(SharedLog, MakesWritersWaitForAHolderAndGoOnWhenItIsKilled) {
 
 TEST_F(SharedLog, HoldsEveryRecordOfTheOthersWhenWritersAreKilled) {
     constexpr int kills = 20;
-    startWriters(4, 1500);
-    letThemWrite();
+    startSteadyWriters(4);
     for (int victim = 0; victim < kills; ++victim) {
         const auto child = start("victim", 100 + victim);
         for (int tens = 0; tens <= victim % 4; ++tens) {
@@ -301,7 +354,7 @@ TEST_F(SharedLog, HoldsEveryRecordOfTheOthersWhenWritersAreKilled) {
         }
         child->killAndJoin();
     }
-    letThemFinish();
+    stopSteadyWriters();
     expectEveryRecordOnce(true);
     EXPECT_EQ(memberValue(set(), userCount), kills) << "the killed ones stay counted";
     EXPECT_EQ(memberValue(set(), support::lockMember), 1);

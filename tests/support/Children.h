@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <cerrno>
 #include <chrono>
 #include <csignal>
@@ -134,8 +135,9 @@ class Child {
         const auto left =
             std::chrono::duration_cast<milliseconds>(deadline - std::chrono::steady_clock::now());
         pollfd waiting{output, POLLIN, 0};
-        if (left.count() <= 0 || ::poll(&waiting, 1, static_cast<int>(left.count())) <= 0) {
-            return errno == EINTR && left.count() > 0;
+        const int ready = ::poll(&waiting, 1, static_cast<int>(std::max(left, milliseconds(0)).count()));
+        if (ready <= 0) {
+            return ready == -1 && errno == EINTR;
         }
         char buffer[4096];
         const ssize_t count = ::read(output, buffer, sizeof buffer);

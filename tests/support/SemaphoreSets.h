@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cerrno>
 #include <filesystem>
 #include <optional>
 #include <string>
@@ -31,7 +32,7 @@ inline bool semaphoreSetExists(int set) {
     semid_ds state = {};
     SemaphoreArgument argument;
     argument.state = &state;
-    return ::semctl(set, 0, IPC_STAT, argument) != -1;
+    return ::semctl(set, 0, IPC_STAT, argument) != -1 || errno == EACCES;
 }
 
 inline int memberValue(int set, unsigned short member) { return ::semctl(set, member, GETVAL); }

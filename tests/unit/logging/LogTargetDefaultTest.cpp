@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <ctime>
@@ -15,6 +16,7 @@
 #include "logging/BinaryLock.h"
 #include "logging/LogTargetDefault.h"
 #include "logging/LoggingCore.h"
+#include "support/Clock.h"
 #include "support/FileTargetTest.h"
 #include "support/InChild.h"
 #include "support/RefusedCalls.h"
@@ -88,6 +90,16 @@ TEST(NewFileTarget, CreatesNoLog) {
     EXPECT_FALSE(fs::exists(home.inLogs("Halcyra")));
 }
 
+TEST(NewFileTarget, KeepsItsFieldsInTheirOrder) {
+    const LogHome home;
+    const LogTargetDefault target("new");
+    const std::vector<const void*> fields{&target.refCountMutex,  &target.logLock,
+                                          &target.headerPending,  &target.useThreadSelfId,
+                                          &target.headerData,     &target.lastSegmentCheckTime,
+                                          &target.lastRecordTime, &target.xmlTagNameList};
+    EXPECT_TRUE(std::is_sorted(fields.begin(), fields.end()));
+}
+
 bool knowsThreads(platform::SystemVersion version) {
     const LogHome home;
     host().systemVersion = version;
@@ -149,10 +161,10 @@ TEST_F(FileTarget, HoldsTheLockOnlyDuringItsWork) {
 }
 
 TEST_F(FileTarget, RemembersTheSecondOfItsRegistration) {
-    const std::time_t before = std::time(nullptr);
+    const std::time_t before = support::now();
     enroll();
     EXPECT_GE(target.lastSegmentCheckTime, before);
-    EXPECT_LE(target.lastSegmentCheckTime, std::time(nullptr));
+    EXPECT_LE(target.lastSegmentCheckTime, support::now());
     EXPECT_EQ(target.lastRecordTime, target.lastSegmentCheckTime);
 }
 
@@ -195,6 +207,16 @@ TEST_F(FileTarget, ClosesEverythingAtOnceAfterARepeatedRegistration) {
     const int id = set();
     EXPECT_TRUE(leave());
     EXPECT_FALSE(target.stream.is_open());
+    EXPECT_FALSE(semaphoreSetExists(id));
+}
+
+TEST_F(FileTarget, LeavesTheLockAlsoWhenItsStreamFailed) {
+    enroll();
+    const int id = set();
+    target.stream.setstate(std::ios::badbit);
+    EXPECT_TRUE(leave());
+    EXPECT_FALSE(target.streamAttached);
+    EXPECT_EQ(target.logLock, nullptr);
     EXPECT_FALSE(semaphoreSetExists(id));
 }
 

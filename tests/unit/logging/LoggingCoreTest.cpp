@@ -1,3 +1,5 @@
+#include <cstdio>
+#include <cstdlib>
 #include <string>
 #include <thread>
 #include <vector>
@@ -294,6 +296,27 @@ TEST_F(Core, GoesOnAfterATargetThatFails) {
     first.writesWell = false;
     send("shared");
     EXPECT_THAT(order, ElementsAre("1", "2"));
+}
+
+/// A target that says so when it is told to leave.
+class TellingTarget : public RecordingTarget {
+  public:
+    using RecordingTarget::RecordingTarget;
+    bool onUnregisterTarget() override {
+        std::fputs("told to leave", stderr);
+        return true;
+    }
+};
+
+void exitWithARegisteredTarget() {
+    static TellingTarget target("at exit");
+    const bool registered = LoggingCore::getInstance()->registerTarget(&target);
+    std::exit(registered ? 0 : 1);
+}
+
+TEST(CoreAtExit, ForgetsItsTargetsWithoutTellingThem) {
+    const LogHome home;
+    EXPECT_EXIT(exitWithARegisteredTarget(), testing::ExitedWithCode(0), testing::Eq(""));
 }
 
 } // namespace

@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include "logging/LogTargetDefault.h"
+#include "support/Clock.h"
 #include "support/LogHome.h"
 #include "support/Scopes.h"
 
@@ -71,9 +72,9 @@ TEST_F(RecordLine, NoticesThatTheZoneVariableChanged) {
 TEST_F(RecordLine, ShowsTimesBeyond2038) { EXPECT_EQ(timeText(4102444800001), "01/01/00 00:00:00:001"); }
 
 TEST_F(RecordLine, ShowsNowForNoTime) {
-    const std::time_t before = std::time(nullptr);
+    const std::time_t before = support::now();
     const std::string text = timeText(0);
-    const std::time_t after = std::time(nullptr);
+    const std::time_t after = support::now();
     EXPECT_TRUE(std::regex_match(text, std::regex("\\d\\d/\\d\\d/\\d\\d \\d\\d:\\d\\d:\\d\\d:\\d{3}")))
         << text;
     std::tm parsed = {};
@@ -85,10 +86,10 @@ TEST_F(RecordLine, ShowsNowForNoTime) {
 TEST_F(RecordLine, RemembersTheSecondOfEveryTimeItShows) {
     timeText(november + 999);
     EXPECT_EQ(target.lastRecordTime, 1794804088);
-    const std::time_t before = std::time(nullptr);
+    const std::time_t before = support::now();
     timeText(0);
     EXPECT_GE(target.lastRecordTime, before);
-    EXPECT_LE(target.lastRecordTime, std::time(nullptr));
+    EXPECT_LE(target.lastRecordTime, support::now());
 }
 
 TEST_F(RecordLine, RemembersTheSecondOfEveryLine) {

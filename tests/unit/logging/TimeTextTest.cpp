@@ -11,6 +11,7 @@
 
 #include "logging/ArgumentList.h"
 #include "logging/TimeText.h"
+#include "support/Clock.h"
 #include "support/Scopes.h"
 
 namespace {
@@ -21,7 +22,7 @@ constexpr long day = 86400;
 
 /// The zone in which it is now `secondOfDay` seconds after midnight; `rest` is put after its offset.
 std::string zoneWhereItIs(long secondOfDay, const std::string& rest = "") {
-    const long ahead = secondOfDay - std::time(nullptr) % day;
+    const long ahead = secondOfDay - support::now() % day;
     char zone[64];
     const long west = std::labs(ahead);
     std::snprintf(zone, sizeof zone, "HCD%s%02ld:%02ld:%02ld", ahead > 0 ? "-" : "+", west / 3600,
@@ -31,7 +32,7 @@ std::string zoneWhereItIs(long secondOfDay, const std::string& rest = "") {
 
 /// The date `days` days after the local date of now, by the calendar alone.
 std::string calendarDate(int days) {
-    const std::time_t now = std::time(nullptr);
+    const std::time_t now = support::now();
     std::tm date = *std::localtime(&now);
     date.tm_mday += days;
     date.tm_hour = 12;
@@ -49,11 +50,11 @@ std::string offSetDate(int days) {
 }
 
 TEST(GetCurrentTime, FillsSecondsAndMicrosecondsOfNow) {
-    const std::time_t before = std::time(nullptr);
+    const std::time_t before = support::now();
     timeval now = {};
     elmu::getCurrentTime(now);
     EXPECT_GE(now.tv_sec, before);
-    EXPECT_LE(now.tv_sec, std::time(nullptr));
+    EXPECT_LE(now.tv_sec, support::now());
     EXPECT_GE(now.tv_usec, 0);
     EXPECT_LT(now.tv_usec, 1000000);
 }
@@ -97,7 +98,7 @@ TEST(GetOffSetDate, UsesTheLocalDayRatherThanTheOneInGreenwich) {
 
 TEST(GetOffSetDate, CountsDaysOf86400SecondsAlsoWhereOneDayIsShorter) {
     // Half past eleven at night, and tomorrow the clocks go forward at two.
-    const std::time_t now = std::time(nullptr);
+    const std::time_t now = support::now();
     const std::string zone = zoneWhereItIs(23 * 3600 + 1800);
     int tomorrow = 0;
     {
@@ -127,10 +128,10 @@ TEST(GetOffSetDate, HoldsForTheLargestOffsets) {
 
 TEST(GetDatetime, GivesLocalDateAndTimeFitForAFileName) {
     const ScopedTimeZone zone("HCD-05:30");
-    const std::time_t before = std::time(nullptr);
+    const std::time_t before = support::now();
     std::string stamp = "earlier";
     ASSERT_TRUE(elmu::getDatetime(stamp));
-    const std::time_t after = std::time(nullptr);
+    const std::time_t after = support::now();
     std::tm parsed = {};
     const char* end = ::strptime(stamp.c_str(), "%Y-%m-%d %H-%M-%S", &parsed);
     ASSERT_NE(end, nullptr) << stamp;

@@ -1,7 +1,9 @@
+#include <algorithm>
 #include <cstdarg>
 #include <ctime>
 #include <filesystem>
 #include <fstream>
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
@@ -17,6 +19,7 @@
 #include "logging/LogTargetDefault.h"
 #include "logging/Logger.h"
 #include "logging/LoggingCore.h"
+#include "support/Clock.h"
 #include "support/FileTargetTest.h"
 #include "support/Scopes.h"
 
@@ -72,12 +75,12 @@ TEST_F(WriteLog, AppendsOneLine) {
 TEST_F(WriteLog, ShowsTheCurrentTimeForNone) {
     const ScopedTimeZone utc("UTC0");
     enroll();
-    const std::time_t before = std::time(nullptr);
+    const std::time_t before = support::now();
     write("message");
     std::tm parsed = {};
     ASSERT_NE(::strptime(content().c_str(), "%D %T", &parsed), nullptr);
     EXPECT_GE(::timegm(&parsed), before);
-    EXPECT_LE(::timegm(&parsed), std::time(nullptr));
+    EXPECT_LE(::timegm(&parsed), support::now());
 }
 
 TEST_F(WriteLog, HasEachLineInTheFileAtOnce) {
@@ -156,6 +159,12 @@ TEST_F(WriteLog, WritesDebugRecordsOnlyAtDebugAndBelow) {
     target.setLogLevel(elmu::DEBUG);
     write("debug", elmu::DEBUG);
     EXPECT_EQ(message(), "debug");
+}
+
+TEST_F(WriteLog, RemembersTheTimeOfEveryRecord) {
+    enroll();
+    target.writeLog(elmu::INFO, "", "", "", "", "", "", "x", nullptr, 1794804088007ULL, true);
+    EXPECT_EQ(target.lastRecordTime, 1794804088);
 }
 
 TEST_F(WriteLog, DoesNotRememberTheTimeOfAFilteredRecord) {
@@ -430,6 +439,18 @@ TEST_F(WriteLog, WritesNothingOfALostRecordWhenItIsUnregistered) {
         write("lost");
     }
     leave();
+    EXPECT_EQ(content(), "");
+}
+
+TEST_F(WriteLog, WritesNothingOfALostRecordWhenTheTargetIsDestroyed) {
+    auto passing = std::make_unique<LogTargetDefault>("passing");
+    ASSERT_TRUE(passing->setLogFile("test.log", home.path().c_str()));
+    ASSERT_TRUE(passing->onRegisterTarget());
+    {
+        const ScopedFileSizeLimit full(0);
+        passing->writeLog(elmu::INFO, "", "", "", "", "", "", "lost", nullptr, 0, true);
+    }
+    passing.reset();
     EXPECT_EQ(content(), "");
 }
 

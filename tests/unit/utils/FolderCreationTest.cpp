@@ -316,6 +316,9 @@ TEST_P(FolderCreationReports, NothingOnSuccessWithoutPermissions) {
 TEST_P(FolderCreationReports, TwoEmptyMessagesOnSuccessWithPermissions) {
     EXPECT_TRUE(create(temp / "x/y", true));
     EXPECT_EQ(lines(), (Lines{emptyInfo, emptyInfo}));
+    for (const Record& record : receivers.records()) {
+        EXPECT_EQ(record.format, "");
+    }
 }
 
 TEST_P(FolderCreationReports, TheTwoEmptyMessagesForAnExistingFolderToo) {

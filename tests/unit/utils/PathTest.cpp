@@ -30,7 +30,7 @@ void PrintTo(const AppendRow& row, std::ostream* out) {
     *out << "\"" << row.path << "\" and \"" << row.component << "\"";
 }
 
-class AppendPathTable : public testing::TestWithParam<AppendRow> {};
+class PathJoinTable : public testing::TestWithParam<AppendRow> {};
 
 bool exists(const std::string& path) { return FileUtils::PathExists(path, nullptr); }
 
@@ -41,51 +41,51 @@ class PathExists : public testing::Test {
 
 } // namespace
 
-TEST_P(AppendPathTable, JoinsWithOneSlash) {
+TEST_P(PathJoinTable, JoinsWithOneSlash) {
     std::string path = GetParam().path;
     EXPECT_EQ(FileUtils::AppendPath(path, GetParam().component, nullptr), GetParam().result);
     EXPECT_EQ(path, GetParam().joined);
 }
 
 INSTANTIATE_TEST_SUITE_P(
-    Paths, AppendPathTable,
+    Paths, PathJoinTable,
     testing::Values(AppendRow{"/a", "b", true, "/a/b"}, AppendRow{"/a/", "b", true, "/a/b"},
                     AppendRow{"/a", "/b", true, "/a/b"}, AppendRow{"/a/", "//b/", true, "/a/b/"},
                     AppendRow{"/a", "b/c//d", true, "/a/b/c//d"}, AppendRow{"/a//", "b", true, "/a//b"},
                     AppendRow{"/", "b", true, "/b"}, AppendRow{"/", "/", true, "/"},
                     AppendRow{"a", "..", true, "a/.."}, AppendRow{"\xff", "\xfe", true, "\xff/\xfe"}));
 
-INSTANTIATE_TEST_SUITE_P(ComponentsOfOnlySlashes, AppendPathTable,
+INSTANTIATE_TEST_SUITE_P(ComponentsOfOnlySlashes, PathJoinTable,
                          testing::Values(AppendRow{"/a", "///", true, "/a/"},
                                          AppendRow{"/a/", "///", true, "/a/"},
                                          AppendRow{"a", "/", true, "a/"}));
 
-INSTANTIATE_TEST_SUITE_P(EmptyParts, AppendPathTable,
+INSTANTIATE_TEST_SUITE_P(EmptyParts, PathJoinTable,
                          testing::Values(AppendRow{"", "b", false, ""}, AppendRow{"/a", "", false, "/a"},
                                          AppendRow{"", "", false, ""}, AppendRow{"", "/", false, ""},
                                          AppendRow{"/a/", "", false, "/a/"}));
 
-TEST(AppendPath, KeepsVeryLongPartsWhole) {
+TEST(PathJoin, KeepsVeryLongPartsWhole) {
     const std::string part(100000, 'p');
     std::string path = part;
     EXPECT_TRUE(FileUtils::AppendPath(path, part, nullptr));
     EXPECT_EQ(path, part + "/" + part);
 }
 
-TEST(AppendPath, AppendsAPathToItself) {
+TEST(PathJoin, AppendsAPathToItself) {
     std::string path = "/a";
     EXPECT_TRUE(FileUtils::AppendPath(path, path, nullptr));
     EXPECT_EQ(path, "/a/a");
 }
 
-TEST(AppendPath, AppendsAgainTheSecondTime) {
+TEST(PathJoin, AppendsAgainTheSecondTime) {
     std::string path = "/a";
     EXPECT_TRUE(FileUtils::AppendPath(path, "b", nullptr));
     EXPECT_TRUE(FileUtils::AppendPath(path, "b", nullptr));
     EXPECT_EQ(path, "/a/b/b");
 }
 
-TEST(AppendPath, ReportsNothing) {
+TEST(PathJoin, ReportsNothing) {
     ReportReceivers receivers(Receiver::OwnLogger);
     std::string path;
     EXPECT_FALSE(FileUtils::AppendPath(path, "b", receivers.logger()));

@@ -17,7 +17,6 @@ using ELMUUtils::FileUtils;
 using support::Line;
 using support::Lines;
 using support::Receiver;
-using support::Record;
 using support::ReportReceivers;
 using support::TempFolder;
 using support::WorkingFolder;

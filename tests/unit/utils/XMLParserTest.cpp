@@ -12,11 +12,8 @@
 using elmu::DEBUG;
 using elmu::WARN;
 using ELMUUtils::XMLParser;
-using support::Line;
 using support::Lines;
 using support::Receiver;
-using support::Record;
-using support::RecordingLogger;
 using support::ReportReceivers;
 using support::withoutLayout;
 

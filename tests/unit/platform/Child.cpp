@@ -1,0 +1,83 @@
+#include "Child.h"
+
+#include <array>
+#include <filesystem>
+
+#include <grp.h>
+#include <gtest/gtest.h>
+#include <sched.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace child {
+
+namespace {
+
+constexpr uid_t ordinaryUser = 65534;
+
+[[noreturn]] void workAndLeave(const std::function<std::string()>& work, int output) {
+    const std::string result = work();
+    const auto written = ::write(output, result.data(), result.size());
+    ::_exit(written == static_cast<ssize_t>(result.size()) ? 0 : 1);
+}
+
+std::string readToEnd(int input) {
+    std::string text;
+    std::array<char, 4096> chunk;
+    for (ssize_t count = 0; (count = ::read(input, chunk.data(), chunk.size())) > 0;) {
+        text.append(chunk.data(), static_cast<std::size_t>(count));
+    }
+    return text;
+}
+
+bool enterMachine(const std::string& root) {
+    const bool hasRights = ::geteuid() == 0 || ::unshare(CLONE_NEWUSER) == 0;
+    return hasRights && ::chroot(root.c_str()) == 0 && ::chdir("/") == 0;
+}
+
+} // namespace
+
+std::string resultOf(const std::function<std::string()>& work) {
+    std::array<int, 2> ends = {};
+    EXPECT_EQ(::pipe(ends.data()), 0);
+    const pid_t process = ::fork();
+    if (process == 0) {
+        ::close(ends[0]);
+        workAndLeave(work, ends[1]);
+    }
+    ::close(ends[1]);
+    const std::string result = readToEnd(ends[0]);
+    ::close(ends[0]);
+    int status = 0;
+    EXPECT_EQ(::waitpid(process, &status, 0), process);
+    EXPECT_EQ(status, 0) << "the child died";
+    return result;
+}
+
+void becomeOrdinaryUser() {
+    if (::geteuid() != 0) {
+        return;
+    }
+    if (::setgroups(0, nullptr) != 0 || ::setresgid(ordinaryUser, ordinaryUser, ordinaryUser) != 0 ||
+        ::setresuid(ordinaryUser, ordinaryUser, ordinaryUser) != 0) {
+        ::_exit(1);
+    }
+}
+
+Machine::Machine() {
+    namespace fs = std::filesystem;
+    fs::permissions(root.path(), fs::perms(0755));
+}
+
+void Machine::put(const std::string& path, const std::string& content) const {
+    const support::ScopedUmask umask(022);
+    support::writeFile(outside(path), content);
+}
+
+std::optional<std::string> Machine::resultOf(const std::function<std::string()>& work) const {
+    const std::string marker = "no machine";
+    const std::string result = child::resultOf([&] { return enterMachine(root.path()) ? work() : marker; });
+    return result == marker ? std::nullopt : std::optional(result);
+}
+
+} // namespace child

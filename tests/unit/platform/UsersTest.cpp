@@ -1,0 +1,187 @@
+#include "platform/Users.h"
+
+#include <cstdlib>
+
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include "Child.h"
+
+using namespace platform;
+
+namespace {
+
+/// A machine with a session of the given class at its first seat.
+class MachineWithSession {
+  public:
+    explicit MachineWithSession(const std::string& sessionClass) {
+        machine.put("/etc/passwd", "root:x:0:0:root:/root:/bin/sh\nann:x:501:20:Ann:/home/ann:/bin/sh\n");
+        putSeat("ACTIVE=c1\nACTIVE_UID=501\n");
+        machine.put("/run/systemd/sessions/c1", "UID=501\nCLASS=" + sessionClass + "\n");
+    }
+
+    void putSeat(const std::string& content) const { machine.put("/run/systemd/seats/seat0", content); }
+    void put(const std::string& path, const std::string& content) const { machine.put(path, content); }
+
+    /// The console user there as "name uid gid", or "nobody".
+    std::optional<std::string> consoleUserThere() const {
+        return machine.resultOf([] {
+            const auto user = consoleUser();
+            return user ? user->name + " " + std::to_string(user->uid) + " " + std::to_string(user->gid)
+                        : "nobody";
+        });
+    }
+
+  private:
+    child::Machine machine;
+};
+
+class TheConsoleUser : public testing::Test {
+  protected:
+    void SetUp() override {
+        if (!child::Machine().resultOf([] { return "works"; })) {
+            GTEST_SKIP() << "this process may not change its root folder";
+        }
+    }
+};
+
+/// The home folder with HOME as given, on a machine that has `record` for everybody.
+std::optional<std::string> homeThere(const char* variable, const std::string& record) {
+    const child::Machine machine;
+    machine.put("/etc/passwd", "root:x:0:0:root:" + record +
+                                   ":/bin/sh\nnobody:x:65534:65534:nobody:" + record + ":/bin/sh\n");
+    return machine.resultOf([&] {
+        variable ? ::setenv("HOME", variable, 1) : ::unsetenv("HOME");
+        return homeFolder();
+    });
+}
+
+class TheHomeFolder : public TheConsoleUser {};
+
+} // namespace
+
+TEST_F(TheConsoleUser, IsTheUserOfTheActiveSession) {
+    EXPECT_EQ(MachineWithSession("user").consoleUserThere(), "ann 501 20");
+    EXPECT_EQ(MachineWithSession("user-early").consoleUserThere(), "ann 501 20");
+}
+
+TEST_F(TheConsoleUser, IsNobodyAtALoginScreen) {
+    EXPECT_EQ(MachineWithSession("greeter").consoleUserThere(), "nobody");
+    EXPECT_EQ(MachineWithSession("lock-screen").consoleUserThere(), "nobody");
+    EXPECT_EQ(MachineWithSession("background").consoleUserThere(), "nobody");
+}
+
+TEST_F(TheConsoleUser, IsNobodyWithoutLogind) {
+    const child::Machine machine;
+    EXPECT_EQ(machine.resultOf([] { return consoleUser() ? "somebody" : "nobody"; }), "nobody");
+}
+
+TEST_F(TheConsoleUser, IsNobodyAtAnEmptySeat) {
+    const MachineWithSession machine("user");
+    machine.putSeat("IS_SEAT0=1\n");
+    EXPECT_EQ(machine.consoleUserThere(), "nobody");
+}
+
+TEST_F(TheConsoleUser, IsNobodyWhenTheSessionIsGone) {
+    const MachineWithSession machine("user");
+    machine.putSeat("ACTIVE=c2\nACTIVE_UID=501\n");
+    EXPECT_EQ(machine.consoleUserThere(), "nobody");
+}
+
+TEST_F(TheConsoleUser, IsNobodyWhenTheSessionHasNoClass) {
+    const MachineWithSession machine("user");
+    machine.put("/run/systemd/sessions/c1", "UID=501\n");
+    EXPECT_EQ(machine.consoleUserThere(), "nobody");
+}
+
+TEST_F(TheConsoleUser, IsNobodyWhenTheUserIsNotOnRecord) {
+    const MachineWithSession machine("user");
+    machine.put("/etc/passwd", "root:x:0:0:root:/root:/bin/sh\n");
+    EXPECT_EQ(machine.consoleUserThere(), "nobody");
+}
+
+TEST_F(TheConsoleUser, IsFoundInALongRecord) {
+    const MachineWithSession machine("user");
+    machine.put("/etc/passwd", "ann:x:501:20:" + std::string(20000, 'A') + ":/home/ann:/bin/sh\n");
+    EXPECT_EQ(machine.consoleUserThere(), "ann 501 20");
+}
+
+TEST_F(TheHomeFolder, IsTheVariableOfOnesOwnProcess) {
+    EXPECT_EQ(homeThere("/somewhere/else/", "/record"), "/somewhere/else");
+}
+
+TEST_F(TheHomeFolder, IsTheRecordWithoutAUsefulVariable) {
+    EXPECT_EQ(homeThere(nullptr, "/record/"), "/record");
+    EXPECT_EQ(homeThere("", "/record"), "/record");
+    EXPECT_EQ(homeThere("relative", "/record"), "/record");
+}
+
+TEST_F(TheHomeFolder, IsEmptyWhenTheMachineKnowsNone) {
+    EXPECT_EQ(homeThere(nullptr, ""), "");
+    EXPECT_EQ(child::Machine().resultOf([] {
+        ::unsetenv("HOME");
+        return homeFolder();
+    }),
+              "");
+}
+
+TEST_F(TheHomeFolder, IsTheEffectiveUsersWhenActingAsAnother) {
+    if (::geteuid() != 0) {
+        GTEST_SKIP() << "only root can act as another user";
+    }
+    const child::Machine machine;
+    machine.put("/etc/passwd", "root:x:0:0:root:/root:/bin/sh\nann:x:501:20:Ann:/home/ann:/bin/sh\n");
+    EXPECT_EQ(machine.resultOf([] {
+        ::setenv("HOME", "/somewhere", 1);
+        const EffectiveUserSwitch acting(501);
+        return homeFolder();
+    }),
+              "/home/ann");
+}
+
+TEST(EffectiveUser, IsTheOneOfThisProcess) { EXPECT_EQ(effectiveUser(), ::geteuid()); }
+
+TEST(EffectiveUser, ChangesThereAndBack) {
+    if (::geteuid() != 0) {
+        GTEST_SKIP() << "only root can act as another user";
+    }
+    EXPECT_EQ(child::resultOf([] {
+                  std::string seen = setEffectiveUser(501) ? "changed to " : "refused, still ";
+                  seen += std::to_string(::geteuid()) + " of " + std::to_string(::getuid());
+                  seen += setEffectiveUser(0) ? ", back to " : ", still ";
+                  return seen + std::to_string(effectiveUser());
+              }),
+              "changed to 501 of 0, back to 0");
+}
+
+TEST(EffectiveUser, StaysWhenTheSystemRefuses) {
+    EXPECT_EQ(child::resultOf([] {
+                  child::becomeOrdinaryUser();
+                  const bool isChanged = setEffectiveUser(0) || setEffectiveUser(static_cast<uid_t>(-1));
+                  return isChanged || effectiveUser() == 0 ? "changed" : "refused";
+              }),
+              "refused");
+}
+
+TEST(EffectiveUserSwitch, LastsUntilItsEnd) {
+    if (::geteuid() != 0) {
+        GTEST_SKIP() << "only root can act as another user";
+    }
+    EXPECT_EQ(child::resultOf([] {
+                  std::string seen;
+                  {
+                      const EffectiveUserSwitch acting(501);
+                      seen = acting.succeeded() ? "as " + std::to_string(::geteuid()) : "refused";
+                  }
+                  return seen + ", then as " + std::to_string(::geteuid());
+              }),
+              "as 501, then as 0");
+}
+
+TEST(EffectiveUserSwitch, TellsThatItWasRefused) {
+    EXPECT_EQ(child::resultOf([] {
+                  child::becomeOrdinaryUser();
+                  return EffectiveUserSwitch(0).succeeded() ? "switched" : "refused";
+              }),
+              "refused");
+}
