@@ -1,5 +1,7 @@
 #include "utils/FileUtils.h"
 
+#include <algorithm>
+
 #include <libgen.h>
 
 #include "platform/Files.h"
@@ -41,13 +43,12 @@ bool FileUtils::AppendPath(std::string& path, const std::string& component, void
     if (path.empty() || component.empty()) {
         return false;
     }
+    const auto start = std::min(component.find_first_not_of('/'), component.size());
+    const std::string appended = component.substr(start);
     if (!path.ends_with('/')) {
         path += '/';
     }
-    const auto start = component.find_first_not_of('/');
-    if (start != std::string::npos) {
-        path.append(component, start);
-    }
+    path += appended;
     return true;
 }
 

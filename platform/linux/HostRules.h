@@ -34,7 +34,8 @@ std::string bundleOfExecutable(std::string_view executable);
 /// Whether a login session of this class is a person's, and no login screen or service.
 bool isPersonsSession(std::string_view sessionClass);
 
-/// The home folder that `HOME` gives, or else the one on record. Both may be empty.
-std::string chosenHome(std::string_view variable, bool actsAsItself, std::string_view onRecord);
+/// The home folder that the environment or a user's record names, without trailing slashes. Empty unless
+/// the path is absolute.
+std::string homeNamed(std::string_view path);
 
 } // namespace platform

@@ -2,9 +2,9 @@
 
 #include <algorithm>
 #include <cstdint>
-#include <limits>
 #include <memory>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include <plist/plist.h>
@@ -30,7 +30,7 @@ Number numberAt(std::string_view bytes, std::uint64_t position, std::uint64_t si
         return std::nullopt;
     }
     std::uint64_t number = 0;
-    for (const char byte : bytes.substr(position, size)) {
+    for (const char byte : bytes.substr(static_cast<std::size_t>(position), static_cast<std::size_t>(size))) {
         number = number << 8 | static_cast<unsigned char>(byte);
     }
     return number;
@@ -139,10 +139,10 @@ bool isXml(const std::string& text) {
 }
 
 Tree parsed(const std::string& content) {
-    const auto size = static_cast<std::uint32_t>(content.size());
-    if (content.size() > std::numeric_limits<std::uint32_t>::max()) {
+    if (!std::in_range<std::uint32_t>(content.size())) {
         return nullptr;
     }
+    const auto size = static_cast<std::uint32_t>(content.size());
     const bool isBinary = ::plist_is_binary(content.data(), size);
     plist_t tree = nullptr;
     if (isBinary ? BinaryOutline(content).isTame() : isXml(content)) {

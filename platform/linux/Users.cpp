@@ -62,18 +62,22 @@ std::optional<uid_t> activeUser() {
     return uid;
 }
 
-std::string_view withoutTrailingSlashes(std::string_view path) {
-    const std::size_t last = path.find_last_not_of('/');
-    return last == std::string_view::npos ? path.substr(0, 1) : path.substr(0, last + 1);
+/// HOME counts only for the user who started this process.
+std::string homeFromEnvironment() {
+    const char* const variable = std::getenv("HOME");
+    return variable && ::geteuid() == ::getuid() ? homeNamed(variable) : "";
 }
 
 } // namespace
 
 bool isPersonsSession(std::string_view sessionClass) { return sessionClass.starts_with("user"); }
 
-std::string chosenHome(std::string_view variable, bool actsAsItself, std::string_view onRecord) {
-    const std::string_view home = actsAsItself && variable.starts_with('/') ? variable : onRecord;
-    return home.starts_with('/') ? std::string(withoutTrailingSlashes(home)) : std::string();
+std::string homeNamed(std::string_view path) {
+    if (!path.starts_with('/')) {
+        return {};
+    }
+    const std::size_t last = path.find_last_not_of('/');
+    return last == std::string_view::npos ? "/" : std::string(path.substr(0, last + 1));
 }
 
 std::optional<ConsoleUser> consoleUser() {
@@ -87,9 +91,12 @@ uid_t effectiveUser() { return ::geteuid(); }
 bool setEffectiveUser(uid_t uid) { return ::seteuid(uid) == 0; }
 
 std::string homeFolder() {
-    const char* const variable = std::getenv("HOME");
+    const std::string ownHome = homeFromEnvironment();
+    if (!ownHome.empty()) {
+        return ownHome;
+    }
     const auto account = accountOf(::geteuid());
-    return chosenHome(variable ? variable : "", ::geteuid() == ::getuid(), account ? account->home : "");
+    return account ? homeNamed(account->home) : "";
 }
 
 } // namespace platform

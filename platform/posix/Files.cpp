@@ -177,7 +177,7 @@ std::string withoutTrailingSlashes(std::string_view path) {
 
 /// Removes an existing tree. What others remove meanwhile is no failure.
 std::error_code removeAll(const std::string& path) try {
-    constexpr int mostRounds = 100;
+    constexpr int mostRounds = 10'000;
     std::error_code error;
     for (int round = 0; round < mostRounds; ++round) {
         std::filesystem::remove_all(path, error);

@@ -1,11 +1,16 @@
 #include "Child.h"
 
 #include <array>
+#include <cstddef>
+#include <cstdint>
 #include <filesystem>
 
 #include <grp.h>
 #include <gtest/gtest.h>
+#include <linux/filter.h>
+#include <linux/seccomp.h>
 #include <sched.h>
+#include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -62,6 +67,19 @@ void becomeOrdinaryUser() {
         ::setresuid(ordinaryUser, ordinaryUser, ordinaryUser) != 0) {
         ::_exit(1);
     }
+}
+
+bool refuseSystemCall(long number, int error) {
+    const auto reason = static_cast<std::uint32_t>(error);
+    std::array<sock_filter, 4> rules = {{
+        BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr)),
+        BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, static_cast<std::uint32_t>(number), 0, 1),
+        BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ERRNO | (reason & SECCOMP_RET_DATA)),
+        BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW),
+    }};
+    const sock_fprog program = {static_cast<unsigned short>(rules.size()), rules.data()};
+    return ::prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) == 0 &&
+           ::prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &program) == 0;
 }
 
 Machine::Machine() {

@@ -15,6 +15,10 @@ std::string resultOf(const std::function<std::string()>& work);
 /// Makes this process an ordinary user's for good, if it is root's.
 void becomeOrdinaryUser();
 
+/// From now on the system refuses this process the call of that number with `error`. False when that cannot
+/// be arranged.
+bool refuseSystemCall(long number, int error);
+
 /// A folder that a child takes for the whole machine.
 class Machine {
   public:

@@ -1,11 +1,13 @@
 #include "platform/Files.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <filesystem>
 
 #include <fcntl.h>
 #include <gmock/gmock.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
 #include "Child.h"
@@ -238,6 +240,21 @@ TEST(FolderEntries, GivesNothingForAFolderThatMayNotBeRead) {
                   return folderEntries(closed.path().c_str()) ? "listed" : "nothing";
               }),
               "nothing");
+}
+
+TEST(FolderEntries, GivesNothingRatherThanAPart) {
+    const TempFolder folder;
+    writeFile(folder / "file", "");
+    const std::string result = child::resultOf([&] {
+        if (!child::refuseSystemCall(SYS_getdents64, EIO)) {
+            return "not arranged";
+        }
+        return folderEntries(folder.path().c_str()) ? "listed" : "nothing";
+    });
+    if (result == "not arranged") {
+        GTEST_SKIP() << "this process may not make the system refuse a call";
+    }
+    EXPECT_EQ(result, "nothing");
 }
 
 TEST(ReadFile, GivesEveryByte) {

@@ -139,28 +139,15 @@ TEST(IsPersonsSession, HoldsForNoOtherClass) {
     }
 }
 
-TEST(ChosenHome, IsTheVariableOfOnesOwnProcess) {
-    EXPECT_EQ(chosenHome("/home/ann", true, "/record"), "/home/ann");
+TEST(HomeNamed, HasNoTrailingSlash) {
+    EXPECT_EQ(homeNamed("/home/ann"), "/home/ann");
+    EXPECT_EQ(homeNamed("/home/ann//"), "/home/ann");
+    EXPECT_EQ(homeNamed("/"), "/");
+    EXPECT_EQ(homeNamed("///"), "/");
 }
 
-TEST(ChosenHome, IsTheRecordWhenActingAsAnother) {
-    EXPECT_EQ(chosenHome("/home/ann", false, "/record"), "/record");
-}
-
-TEST(ChosenHome, IsTheRecordWhenTheVariableIsNoAbsolutePath) {
-    EXPECT_EQ(chosenHome("", true, "/record"), "/record");
-    EXPECT_EQ(chosenHome("home/ann", true, "/record"), "/record");
-    EXPECT_EQ(chosenHome("~", true, "/record"), "/record");
-}
-
-TEST(ChosenHome, HasNoTrailingSlash) {
-    EXPECT_EQ(chosenHome("/home/ann//", true, ""), "/home/ann");
-    EXPECT_EQ(chosenHome("", true, "/record/"), "/record");
-    EXPECT_EQ(chosenHome("/", true, ""), "/");
-    EXPECT_EQ(chosenHome("///", true, ""), "/");
-}
-
-TEST(ChosenHome, IsEmptyWhenNothingGivesAnAbsolutePath) {
-    EXPECT_EQ(chosenHome("", true, ""), "");
-    EXPECT_EQ(chosenHome("", true, "nowhere"), "");
+TEST(HomeNamed, IsEmptyUnlessThePathIsAbsolute) {
+    EXPECT_EQ(homeNamed(""), "");
+    EXPECT_EQ(homeNamed("home/ann"), "");
+    EXPECT_EQ(homeNamed("~"), "");
 }

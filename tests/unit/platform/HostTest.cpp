@@ -1,3 +1,4 @@
+#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
@@ -171,6 +172,19 @@ TEST(System, TheMachineNameFollowsWhatTheKernelSays) {
                   return machineName() == std::string(names().machine) ? "same" : "other";
               }),
               "same");
+}
+
+TEST(System, GivesNothingWhenTheKernelDoesNotSay) {
+    const std::string result = child::resultOf([] {
+        if (!child::refuseSystemCall(SYS_uname, EPERM)) {
+            return "not arranged";
+        }
+        return systemVersion() || machineName() ? "something" : "nothing";
+    });
+    if (result == "not arranged") {
+        GTEST_SKIP() << "this process may not make the system refuse a call";
+    }
+    EXPECT_EQ(result, "nothing");
 }
 
 TEST(System, TheFirstThreadHasTheNumberOfTheProcess) {
