@@ -2,12 +2,13 @@
 # that link it: each target's headers stand alone in a folder of links below the build folder, and that folder,
 # not the source tree, is what the compiler searches.
 
-add_library(hcd_warnings INTERFACE)
-target_compile_options(hcd_warnings INTERFACE -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror)
+add_library(hcd_build INTERFACE)
+target_compile_options(hcd_build INTERFACE -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror)
+target_compile_definitions(hcd_build INTERFACE _FILE_OFFSET_BITS=64)
 if(HCD_SANITIZE)
-    target_compile_options(hcd_warnings INTERFACE -fsanitize=${HCD_SANITIZE} -fno-sanitize-recover=all
+    target_compile_options(hcd_build INTERFACE -fsanitize=${HCD_SANITIZE} -fno-sanitize-recover=all
                                                   -fno-omit-frame-pointer)
-    target_link_options(hcd_warnings INTERFACE -fsanitize=${HCD_SANITIZE})
+    target_link_options(hcd_build INTERFACE -fsanitize=${HCD_SANITIZE})
 endif()
 
 # hcd_room(TARGET ROOM DIRECTORY HEADERS ...): lets TARGET, and whoever links it, include HEADERS (names below
@@ -22,7 +23,7 @@ function(hcd_room target room directory)
     endforeach()
     target_include_directories(${target} PUBLIC "$<BUILD_INTERFACE:${root}>"
                                                 "$<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>")
-    target_link_libraries(${target} PRIVATE "$<BUILD_INTERFACE:hcd_warnings>")
+    target_link_libraries(${target} PRIVATE "$<BUILD_INTERFACE:hcd_build>")
     set_property(TARGET ${target} PROPERTY HCD_ROOM "${room}")
     set_property(TARGET ${target} PROPERTY HCD_HEADERS "${ARG_HEADERS}")
     foreach(header IN LISTS ARG_HEADERS)

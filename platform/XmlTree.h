@@ -11,7 +11,7 @@ namespace platform {
 struct XmlParseResult {
     void* document = nullptr;         ///< held by the caller when not null, even beside an error
     std::optional<std::string> error; ///< why the text was refused
-    bool raised = false;              ///< the refusal came as an exception of the platform's
+    bool raised = false; ///< refused as no text at all, which the home platform raises an exception for
 };
 
 /// Parses a whole document. Nothing is fetched and no external entity is read; entities that expand

@@ -159,7 +159,7 @@ std::optional<std::string> propertyListText(const char* path, const char* key) {
     if (!tree || ::plist_get_node_type(tree.get()) != PLIST_DICT) {
         return std::nullopt;
     }
-    const plist_t value = ::plist_dict_get_item(tree.get(), key);
+    auto* const value = ::plist_dict_get_item(tree.get(), key);
     if (!value || ::plist_get_node_type(value) != PLIST_STRING) {
         return std::nullopt;
     }

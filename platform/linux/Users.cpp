@@ -91,7 +91,7 @@ uid_t effectiveUser() { return ::geteuid(); }
 bool setEffectiveUser(uid_t uid) { return ::seteuid(uid) == 0; }
 
 std::string homeFolder() {
-    const std::string ownHome = homeFromEnvironment();
+    std::string ownHome = homeFromEnvironment();
     if (!ownHome.empty()) {
         return ownHome;
     }

@@ -74,6 +74,35 @@ void detachHeldElements(xmlNode* top) {
     }
 }
 
+// ---- Text
+
+/// Whether `text` is UTF-8 and `isAllowed` holds for each of its characters.
+template <typename Predicate> bool hasOnly(std::string_view text, Predicate isAllowed) {
+    const auto* next = reinterpret_cast<const xmlChar*>(text.data());
+    for (auto left = static_cast<int>(std::min<std::size_t>(text.size(), INT_MAX)); left > 0;) {
+        int length = left;
+        const int character = xmlGetUTF8Char(next, &length);
+        const int shortest = character < 0x80 ? 1 : character < 0x800 ? 2 : character < 0x10000 ? 3 : 4;
+        if (character < 0 || length != shortest || !isAllowed(character)) {
+            return false;
+        }
+        next += length;
+        left -= length;
+    }
+    return true;
+}
+
+bool isUtf8(std::string_view text) {
+    return hasOnly(text, [](int character) {
+        return character < 0xD800 || (character > 0xDFFF && character <= 0x10FFFF);
+    });
+}
+
+/// Whether `text` is UTF-8 and has only characters that XML allows.
+bool isXmlText(std::string_view text) {
+    return hasOnly(text, [](int character) { return xmlIsCharQ(static_cast<unsigned>(character)) != 0; });
+}
+
 // ---- Parsing
 
 /// Declares an entity for use in content. Entities for use within the document type do nothing for a small
@@ -114,22 +143,6 @@ bool mayExpandBeyondMeasure(const xmlDoc* document, std::string_view text) {
 }
 
 // ---- Building
-
-/// Whether `text` is UTF-8 and has only characters that XML allows.
-bool isXmlText(const std::string& text) {
-    const xmlChar* next = xmlText(text);
-    for (auto left = static_cast<int>(std::min<std::size_t>(text.size(), INT_MAX)); left > 0;) {
-        int length = left;
-        const int character = xmlGetUTF8Char(next, &length);
-        const int shortest = character < 0x80 ? 1 : character < 0x800 ? 2 : character < 0x10000 ? 3 : 4;
-        if (character < 0 || length != shortest || !xmlIsCharQ(static_cast<unsigned>(character))) {
-            return false;
-        }
-        next += length;
-        left -= length;
-    }
-    return true;
-}
 
 bool isXmlName(const std::string& name) { return isXmlText(name) && xmlValidateName(xmlText(name), 0) == 0; }
 
@@ -218,6 +231,9 @@ std::string declarationOf(const xmlDoc* document) {
 
 XmlParseResult parseXml(const char* text) {
     const std::string_view whole = text;
+    if (!isUtf8(whole)) {
+        return {nullptr, "The text is not UTF-8", true};
+    }
     const Context context(xmlNewParserCtxt());
     Document document = parsed(context.get(), whole);
     if (!document) {

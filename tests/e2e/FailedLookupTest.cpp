@@ -6,7 +6,7 @@ using testing::ElementsAre;
 
 namespace {
 
-const std::string WorkingFolder = "/Users/work";
+const std::string WorkingFolder = "/Users/tester/here";
 
 /// A machine whose utilities folder cannot be found: a file is in its place.
 class WithoutAUtilitiesFolder : public MachineTest {

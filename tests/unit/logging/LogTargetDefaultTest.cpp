@@ -36,7 +36,6 @@ using support::modeOf;
 using support::readFile;
 using support::ScopedUmask;
 using support::semaphoreSetExists;
-using support::semaphoreSetOf;
 using support::userCount;
 using support::writeFile;
 using testing::EndsWith;

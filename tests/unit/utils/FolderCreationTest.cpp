@@ -1,8 +1,6 @@
 #include "utils/FileUtils.h"
 
-#include <csignal>
 #include <cstdarg>
-#include <cstdio>
 #include <string>
 #include <utility>
 #include <vector>
@@ -10,7 +8,6 @@
 #include <gtest/gtest.h>
 
 #include <sys/stat.h>
-#include <sys/time.h>
 #include <unistd.h>
 
 #include "support/InChild.h"
