@@ -1,3 +1,4 @@
+#include <csignal>
 #include <string>
 
 #include "hook/CacheCleanup.h"
@@ -8,6 +9,10 @@
 #include "utils/CommandLineParser.h"
 
 int main(int argc, char* argv[]) {
+    // A file-size limit or a closed standard error is a failed write, not the end.
+    std::signal(SIGXFSZ, SIG_IGN);
+    std::signal(SIGPIPE, SIG_IGN);
+
     elmu::LogTargetDefault target("HCDCustomHook");
     target.setLogLevel(elmu::INFO);
     target.setLogFile("HCD.log", "");
@@ -15,7 +20,7 @@ int main(int argc, char* argv[]) {
 
     elmu::Logger logger("HCDCustomHook", "", "HCD", "HCDCustomHook", "");
     ELMUUtils::CommandLineParser parser;
-    parser.setLogger(&logger);
+    parser.setLogger(static_cast<elmu::AbstractLogger*>(&logger));
     parser.parseCommandLineArguments(argc, argv);
 
     const std::string key = "install";

@@ -47,13 +47,14 @@ void giveToConsoleUser(const std::string& folder) {
     if (!user) {
         return;
     }
-    std::string parent;
-    getTempPath(parent);
-    parent += "/Halcyra";
-    platform::changeOwner(parent.c_str(), user->uid, user->gid);
-    platform::changeOwner(folder.c_str(), user->uid, user->gid);
-    platform::changeMode(parent.c_str(), 0777);
-    platform::changeMode(folder.c_str(), 0777);
+    constexpr mode_t everybody = 0777;
+    std::string outer;
+    getTempPath(outer);
+    outer += "/Halcyra";
+    std::string parent = folder;
+    removeLastPathComponent(parent);
+    platform::giveFolder(outer.c_str(), ".", user->uid, user->gid, everybody);
+    platform::giveFolder(parent.c_str(), "HCD", user->uid, user->gid, everybody);
 }
 
 } // namespace

@@ -45,6 +45,10 @@ bool LogTargetDefault::SetStreamHandle(std::fstream& s) {
     if (s.is_open()) {
         s.close();
     }
+    if (!platform::isSafeToAppendTo(logFilePath.c_str())) {
+        s.setstate(std::ios::failbit);
+        return false;
+    }
     // Without a buffer nothing is left of a line that could not be written, to come out at some later time.
     s.rdbuf()->pubsetbuf(nullptr, 0);
     const bool existed = platform::entryExists(logFilePath.c_str());

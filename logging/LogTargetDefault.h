@@ -26,7 +26,8 @@ class LogTargetDefault : public LogTargetBase {
     ~LogTargetDefault() override;
 
     /// Opens `s` on the log file for appending, closing it first if it is open. A file that this creates
-    /// gets mode 0666, so that every user's processes can append. True when the stream is good.
+    /// gets mode 0666, so that every user's processes can append. A pipe, and a link that another user put in
+    /// the file's place, are not opened. True when the stream is good.
     bool SetStreamHandle(std::fstream& s) override;
 
     /// Makes `fileName` in the user's Library/Logs folder the log file. False, with the path unchanged, when

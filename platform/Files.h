@@ -63,15 +63,22 @@ std::error_code removeEntry(const char* path);
 /// Puts a file with exactly `content` at `path`, whole or not at all: a temporary file beside it is
 /// written, synced and renamed over it, and removed on failure. A file that is replaced passes its mode
 /// on, a new one gets 0666 less the umask; a link is replaced, its target untouched. Missing parents
-/// are not made. Blocks until the content is on the disk.
+/// are not made. Blocks until the content is on the disk; the folder's own entry follows in the system's
+/// time.
 std::error_code writeFileAtomically(const char* path, std::string_view content);
 
 /// The content of the regular file at `path`, links followed. Nothing when it is no regular file or
 /// cannot be read.
 std::optional<std::string> readFile(const char* path);
 
-/// Sets owner and group, links followed.
-std::error_code changeOwner(const char* path, uid_t owner, gid_t group);
+/// Sets owner, group and (exactly) mode of the folder `name` in the folder `parent`; "." is `parent` itself.
+/// Neither may be a link: somebody could have put it there to get another folder.
+std::error_code giveFolder(const char* parent, const char* name, uid_t owner, gid_t group, mode_t mode);
+
+/// Whether opening `path` for appending neither blocks nor writes where somebody else leads to: it is no pipe
+/// or socket, and no link that another user than root and the effective one made. A place where nothing is is
+/// safe.
+bool isSafeToAppendTo(const char* path);
 
 /// Sets the mode exactly, links followed.
 std::error_code changeMode(const char* path, mode_t mode);

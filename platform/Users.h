@@ -16,7 +16,7 @@ struct ConsoleUser {
 };
 
 /// The user of the active session on the machine's first seat, or nothing when nobody is logged in
-/// there: a login screen counts as nobody. Never blocks on another process.
+/// there: a login screen counts as nobody. May ask the system's user database.
 std::optional<ConsoleUser> consoleUser();
 
 /// The effective user id of this process.

@@ -108,9 +108,10 @@ bool resolve(const StandardDirectory& directory, std::string& path) {
 bool resolveLogsFolder(std::string& path) {
     Identity identity;
     actAsConsoleUser(identity);
-    const std::string library = platform::homeFolder() + "/Library";
+    const std::string home = platform::homeFolder();
+    const std::string library = home + "/Library";
     const std::string logs = library + "/Logs";
-    if (logs.size() >= kLogsBufferSize) {
+    if (home.empty() || logs.size() >= kLogsBufferSize) {
         return false;
     }
     if (platform::createFolder(library.c_str(), 0700) || platform::createFolder(logs.c_str(), 0700)) {

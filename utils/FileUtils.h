@@ -41,8 +41,8 @@ class FileUtils {
   public:
     /// Puts the folder that `type` names into `path`. A lookup that succeeds replaces `path`; the part
     /// below the standard folder is then appended, also after a failed lookup, to what the caller put
-    /// there. True for every type with such a part and for types 9 to 17; for types 0, 2, 3 and 31 the
-    /// lookup's success; for 32 whether the folder is there. False with `path` untouched for an unknown
+    /// there. The result is the lookup's success for types 0, 2, 3 and 31, the success of making the folder
+    /// for 32, and true for all others, whatever the lookup did. False with `path` untouched for an unknown
     /// type. Types 24 and 30 end in "/". Missing standard folders are created. The types of the console
     /// user change the effective user of the process during the call; with nobody at the console they
     /// are the current user's.

@@ -138,7 +138,13 @@ bool isXml(const std::string& text) {
     return isDocument && text.find('\0') == std::string::npos;
 }
 
-Tree parsed(const std::string& content) {
+std::string_view withoutByteOrderMark(std::string_view content) {
+    constexpr std::string_view mark = "\xEF\xBB\xBF";
+    return content.substr(content.starts_with(mark) ? mark.size() : 0);
+}
+
+Tree parsed(const std::string& file) {
+    const std::string content(withoutByteOrderMark(file));
     if (!std::in_range<std::uint32_t>(content.size())) {
         return nullptr;
     }

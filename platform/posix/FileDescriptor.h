@@ -29,6 +29,9 @@ class FileDescriptor {
     /// Opens `path`, not passed on to programs that are executed. The mode counts when a file is created.
     FileDescriptor(const char* path, int flags, mode_t mode = 0)
         : number(uninterrupted([&] { return ::open(path, flags | O_CLOEXEC, mode); })) {}
+    /// Opens the existing entry `name` in an open folder.
+    FileDescriptor(const FileDescriptor& folder, const char* name, int flags)
+        : number(uninterrupted([&] { return ::openat(folder.get(), name, flags | O_CLOEXEC); })) {}
     ~FileDescriptor() { close(); }
     FileDescriptor(FileDescriptor&& other) noexcept : number(other.release()) {}
     FileDescriptor& operator=(FileDescriptor&&) = delete;

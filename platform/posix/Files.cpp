@@ -39,12 +39,15 @@ void openToOwner(const char* path) {
 void applyAttributes(const char* path, const FolderAttributes& attributes) {
     constexpr auto unchanged = static_cast<uid_t>(-1);
     const FileDescriptor folder(path, O_RDONLY | O_DIRECTORY | O_NOFOLLOW);
-    if (::fchmod(folder.get(), attributes.mode) == -1) { // the umask may keep its owner from opening it
+    const uid_t owner = attributes.owner.value_or(unchanged);
+    const gid_t group = attributes.group.value_or(unchanged);
+    [[maybe_unused]] int refused = 0;
+    if (folder.isOpen()) {
+        ::fchmod(folder.get(), attributes.mode);
+        refused = ::fchown(folder.get(), owner, group);
+    } else { // the umask may keep its owner from opening it
         ::fchmodat(AT_FDCWD, path, attributes.mode, AT_SYMLINK_NOFOLLOW);
-    }
-    if (attributes.owner || attributes.group) {
-        [[maybe_unused]] const int refused =
-            ::lchown(path, attributes.owner.value_or(unchanged), attributes.group.value_or(unchanged));
+        refused = ::lchown(path, owner, group);
     }
 }
 
@@ -275,8 +278,25 @@ std::optional<std::string> readFile(const char* path) {
     }
 }
 
-std::error_code changeOwner(const char* path, uid_t owner, gid_t group) {
-    return errorOf(::chown(path, owner, group));
+std::error_code giveFolder(const char* parent, const char* name, uid_t owner, gid_t group, mode_t mode) {
+    constexpr int flags = O_RDONLY | O_DIRECTORY | O_NOFOLLOW;
+    const FileDescriptor above(parent, flags);
+    const FileDescriptor folder(above, name, flags);
+    if (!folder.isOpen()) {
+        return lastError();
+    }
+    const std::error_code error = errorOf(::fchown(folder.get(), owner, group));
+    const std::error_code modeError = errorOf(::fchmod(folder.get(), mode));
+    return error ? error : modeError;
+}
+
+bool isSafeToAppendTo(const char* path) {
+    struct stat target = {};
+    if (::stat(path, &target) == 0 && (S_ISFIFO(target.st_mode) || S_ISSOCK(target.st_mode))) {
+        return false;
+    }
+    const auto entry = statusOfEntry(path);
+    return !entry || !S_ISLNK(entry->st_mode) || entry->st_uid == 0 || entry->st_uid == ::geteuid();
 }
 
 std::error_code changeMode(const char* path, mode_t mode) { return errorOf(::chmod(path, mode)); }

@@ -113,6 +113,26 @@ TEST_F(ConsoleUser, CanHaveThoseFoldersWhateverTheUmask) {
     expectMirasFolder(MirasLogFolder);
 }
 
+TEST_F(ConsoleUser, CannotGetAnotherFolderThroughALinkInTheLogFoldersPlace) {
+    machine.makeFolder("/precious");
+    machine.setMode("/precious", 0755);
+    machine.link(MirasLogsFolder + "/Halcyra", "/precious");
+    give(MirasLogsFolder + "/Halcyra");
+    install();
+    EXPECT_EQ(machine.infoOf("/precious").st_uid, 0U);
+    EXPECT_EQ(machine.modeOf("/precious"), 0755U);
+}
+
+TEST_F(ConsoleUser, CannotLeadTheLogElsewhereByALink) {
+    machine.makeFolder(MirasLogFolder);
+    machine.put("/etc/precious", "root's own\n");
+    machine.link(MirasLog, "/etc/precious");
+    give(MirasLog);
+    install();
+    EXPECT_EQ(machine.read("/etc/precious"), "root's own\n");
+    EXPECT_TRUE(machine.has(Manifest));
+}
+
 TEST_F(ConsoleUser, KeepsExistingLogFoldersAsTheyAre) {
     machine.makeFolder(MirasLogFolder);
     machine.setMode(MirasLogFolder, 0750);

@@ -71,3 +71,10 @@ TEST_F(FullDisk, UnderTheCacheDoesNotKeepTheCache) {
     installOn(ProductFolder, "mkdir -p CEF/Cache; echo page >CEF/Cache/page");
     EXPECT_THAT(machine.namesIn("/after"), ElementsAre("filler"));
 }
+
+TEST_F(FullDisk, HasNothingOverAFileSizeLimit) {
+    machine.put(Manifest, "old");
+    runShell("exec prlimit --fsize=100 " + Tool + " --install=1");
+    EXPECT_EQ(machine.read(Manifest), "old");
+    EXPECT_THAT(machine.namesIn(SpecifierFolder), ElementsAre("halcyra.xml"));
+}

@@ -180,3 +180,9 @@ TEST_F(UnwritableLog, NobodyKnowsAHome) {
     machine.unsetEnvironment("HOME");
     expectTheJobDone();
 }
+
+TEST_F(LogPlace, IsNotWaitedForWhenAPipeIsThere) {
+    machine.makeFolder(LogFolder);
+    runShell("mkfifo '" + Log + "' && HCDCustomHook --install=1");
+    EXPECT_TRUE(machine.has(Manifest));
+}

@@ -366,33 +366,95 @@ TEST(ChangeMode, FollowsLinks) {
 
 TEST(ChangeMode, FailsForNothing) { EXPECT_EQ(changeMode("", 0600), std::errc::no_such_file_or_directory); }
 
-TEST(ChangeOwner, FollowsLinks) {
+TEST(GiveFolder, SetsOwnerGroupAndMode) {
     if (::geteuid() != 0) {
-        GTEST_SKIP() << "only root can give a file away";
+        GTEST_SKIP() << "only root can give a folder away";
     }
+    const TempFolder folder;
+    const ScopedUmask umask(077);
+    fs::create_directories(folder / "outer/inner");
+
+    EXPECT_FALSE(giveFolder((folder / "outer").c_str(), ".", 501, 20, 0777));
+    EXPECT_FALSE(giveFolder((folder / "outer").c_str(), "inner", 502, 21, 0770));
+
+    EXPECT_EQ(entryInfo((folder / "outer").c_str())->owner, 501u);
+    EXPECT_EQ(entryInfo((folder / "outer").c_str())->group, 20u);
+    EXPECT_EQ(modeOf(folder / "outer"), 0777u);
+    EXPECT_EQ(entryInfo((folder / "outer/inner").c_str())->owner, 502u);
+    EXPECT_EQ(modeOf(folder / "outer/inner"), 0770u);
+}
+
+TEST(GiveFolder, DoesNotFollowALink) {
+    const TempFolder folder;
+    fs::create_directories(folder / "precious/inner");
+    fs::permissions(folder / "precious", fs::perms::owner_all);
+    fs::permissions(folder / "precious/inner", fs::perms::owner_all);
+    fs::create_directory_symlink("precious", folder / "outer");
+    fs::create_directory(folder / "real");
+    fs::create_directory_symlink("../precious", folder / "real/inner");
+
+    EXPECT_TRUE(giveFolder((folder / "outer").c_str(), ".", ::getuid(), ::getgid(), 0777));
+    EXPECT_TRUE(giveFolder((folder / "outer").c_str(), "inner", ::getuid(), ::getgid(), 0777));
+    EXPECT_TRUE(giveFolder((folder / "real").c_str(), "inner", ::getuid(), ::getgid(), 0777));
+
+    EXPECT_EQ(modeOf(folder / "precious"), 0700u);
+    EXPECT_EQ(modeOf(folder / "precious/inner"), 0700u);
+}
+
+TEST(GiveFolder, FailsForWhatIsNoFolder) {
+    const TempFolder folder;
+    writeFile(folder / "file", "");
+    EXPECT_TRUE(giveFolder(folder.path().c_str(), "file", ::getuid(), ::getgid(), 0777));
+    EXPECT_TRUE(giveFolder(folder.path().c_str(), "missing", ::getuid(), ::getgid(), 0777));
+    EXPECT_TRUE(giveFolder((folder / "missing").c_str(), ".", ::getuid(), ::getgid(), 0777));
+    EXPECT_TRUE(giveFolder("", ".", ::getuid(), ::getgid(), 0777));
+}
+
+TEST(GiveFolder, SetsTheModeAlsoWhenTheOwnerIsRefused) {
+    const TempFolder folder;
+    fs::permissions(folder.path(), fs::perms::all);
+    EXPECT_EQ(child::resultOf([&] {
+                  child::becomeOrdinaryUser();
+                  fs::create_directory(folder / "own");
+                  return giveFolder(folder.path().c_str(), "own", ::getuid() + 1, ::getgid(), 0750)
+                             ? "refused"
+                             : "given";
+              }),
+              "refused");
+    EXPECT_EQ(modeOf(folder / "own"), 0750u);
+}
+
+TEST(SafeToAppendTo, AreFilesOwnLinksAndPlacesWithNothing) {
     const TempFolder folder;
     writeFile(folder / "file", "");
     fs::create_symlink("file", folder / "link");
-
-    EXPECT_FALSE(changeOwner((folder / "link").c_str(), 501, 20));
-
-    EXPECT_EQ(entryInfo((folder / "file").c_str())->owner, 501u);
-    EXPECT_EQ(entryInfo((folder / "file").c_str())->group, 20u);
-    EXPECT_NE(entryInfo((folder / "link").c_str())->owner, 501u);
+    fs::create_symlink("missing", folder / "dangling");
+    for (const char* name : {"file", "link", "dangling", "missing"}) {
+        EXPECT_TRUE(isSafeToAppendTo((folder / name).c_str())) << name;
+    }
+    EXPECT_TRUE(isSafeToAppendTo("/dev/null"));
 }
 
-TEST(ChangeOwner, FailsWhenTheSystemRefuses) {
+TEST(SafeToAppendTo, IsNoPipe) {
     const TempFolder folder;
-    fs::permissions(folder.path(), fs::perms::all);
-    writeFile(folder / "file", "");
-    EXPECT_EQ(child::resultOf([&] {
-                  child::becomeOrdinaryUser();
-                  return changeOwner((folder / "file").c_str(), 501, 20) ? "refused" : "changed";
-              }),
-              "refused");
+    makeFifo(folder / "pipe");
+    fs::create_symlink("pipe", folder / "link");
+    EXPECT_FALSE(isSafeToAppendTo((folder / "pipe").c_str()));
+    EXPECT_FALSE(isSafeToAppendTo((folder / "link").c_str()));
 }
 
-TEST(ChangeOwner, FailsForNothing) { EXPECT_EQ(changeOwner("", 0, 0), std::errc::no_such_file_or_directory); }
+TEST(SafeToAppendTo, IsNoLinkOfAnotherUser) {
+    if (::geteuid() != 0) {
+        GTEST_SKIP() << "only root can make a link of another user";
+    }
+    const TempFolder folder;
+    writeFile(folder / "file", "");
+    for (const char* name : {"link", "dangling"}) {
+        fs::create_symlink(name == std::string("link") ? "file" : "missing", folder / name);
+        ASSERT_EQ(::lchown((folder / name).c_str(), 501, 20), 0);
+        EXPECT_FALSE(isSafeToAppendTo((folder / name).c_str())) << name;
+    }
+}
 
 TEST(Files, LeaveNoDescriptorOpen) {
     const TempFolder folder;

@@ -166,6 +166,10 @@ TEST(PropertyList, ReadsAnXmlListWithoutADeclaration) {
     EXPECT_EQ(textIn("<plist><dict><key>" + versionKey + "</key><string>1</string></dict></plist>"), "1");
 }
 
+TEST(PropertyList, ReadsAnXmlListWithAByteOrderMark) {
+    EXPECT_EQ(textIn("\xEF\xBB\xBF" + xmlEntry("<string>4.3.0</string>")), "4.3.0");
+}
+
 TEST(PropertyList, FindsTheKeyAmongContainers) {
     EXPECT_EQ(textIn(xmlList("<dict><key>a</key><dict><key>" + versionKey +
                              "</key><string>inner</string></dict><key>" + versionKey +

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include <gmock/gmock.h>
+#include <libxml/globals.h>
 #include <sys/inotify.h>
 #include <sys/resource.h>
 #include <unistd.h>
@@ -18,16 +19,6 @@ using testing::EndsWith;
 using testing::HasSubstr;
 using testing::Not;
 using testing::StartsWith;
-
-// Settings that the XML library has for the whole process.
-extern "C" {
-int xmlKeepBlanksDefault(int value);
-int xmlSubstituteEntitiesDefault(int value);
-int* __xmlIndentTreeOutput(void);
-int* __xmlSaveNoEmptyTags(void);
-int* __xmlLoadExtDtdDefaultValue(void);
-const char** __xmlTreeIndentString(void);
-}
 
 namespace {
 
@@ -511,10 +502,10 @@ TEST(PrintXml, DoesNotDependOnSettingsOfTheProcess) {
     const std::string text = "<a> <b><c/></b> </a>";
     const std::string expected = reprinted(text);
     EXPECT_EQ(child::resultOf([&] {
-                  *__xmlTreeIndentString() = "\t";
-                  *__xmlIndentTreeOutput() = 0;
-                  *__xmlSaveNoEmptyTags() = 0;
-                  *__xmlLoadExtDtdDefaultValue() = 1;
+                  xmlTreeIndentString = "\t";
+                  xmlIndentTreeOutput = 0;
+                  xmlSaveNoEmptyTags = 0;
+                  xmlLoadExtDtdDefaultValue = 1;
                   xmlSubstituteEntitiesDefault(1);
                   xmlKeepBlanksDefault(0);
                   const std::string first = reprinted(text);
@@ -525,11 +516,11 @@ TEST(PrintXml, DoesNotDependOnSettingsOfTheProcess) {
 }
 
 TEST(PrintXml, LeavesTheSettingsOfTheProcessAlone) {
-    const std::string indentation = *__xmlTreeIndentString();
-    const int isIndented = *__xmlIndentTreeOutput();
+    const std::string indentation = xmlTreeIndentString;
+    const int isIndented = xmlIndentTreeOutput;
     reprinted("<a><b/></a>");
-    EXPECT_EQ(*__xmlTreeIndentString(), indentation);
-    EXPECT_EQ(*__xmlIndentTreeOutput(), isIndented);
+    EXPECT_EQ(xmlTreeIndentString, indentation);
+    EXPECT_EQ(xmlIndentTreeOutput, isIndented);
 }
 
 TEST(ReleaseXml, TheTreeKeepsAnElementThatItsCreatorReleased) {
