@@ -4,6 +4,7 @@
 #include <exception>
 
 #include "logging/BinaryLock.h"
+#include "logging/Fragment.h"
 #include "logging/PathText.h"
 #include "logging/TimeText.h"
 #include "logging/UserFolders.h"
@@ -158,8 +159,26 @@ void LogTargetDefault::WriteStream(const char* text) {
     // One insertion, whatever the length, reaches the file as one write.
     std::string line = text;
     line += '\n';
+    const bool wasGood = stream.good();
     stream.write(line.data(), static_cast<std::streamsize>(line.size()));
     stream.flush();
+    if (wasGood && !stream.good()) {
+        cutFragment(line);
+    }
+}
+
+/// Takes back what a failed write put into the file, so that the next line does not begin in the middle of
+/// one.
+void LogTargetDefault::cutFragment(const std::string& line) const {
+    const auto tail = platform::fileTail(logFilePath.c_str(), line.size());
+    if (!tail) {
+        return;
+    }
+    const bool isWholeFile = static_cast<long long>(tail->text.size()) == tail->fileSize;
+    const auto length = static_cast<long long>(fragmentLength(tail->text, isWholeFile, line));
+    if (length != 0) {
+        platform::truncateFile(logFilePath.c_str(), tail->fileSize - length);
+    }
 }
 
 void LogTargetDefault::getTimeStr(unsigned long long timeMs, char* buffer) {

@@ -51,8 +51,8 @@ class LogTargetDefault : public LogTargetBase {
     bool logHeader(Log_Level level, const char* context1, const char* context2, const char* context3,
                    const char* context4, stLogHeader* header, bool locked) override;
 
-    /// Puts `text` and a newline into the file as one write and flushes. Null marks the stream bad, so that
-    /// nothing more is written.
+    /// Puts `text` and a newline into the file as one write and flushes. When that fails half-way, what got
+    /// into the file is cut off again. Null marks the stream bad, so that nothing more is written.
     void WriteStream(const char* text) override;
 
     /// Writes the local date and time of `timeMs` (milliseconds since the epoch, 0 for now), a colon and
@@ -88,6 +88,7 @@ class LogTargetDefault : public LogTargetBase {
     CurrentSecondText currentSecond;
 
     void closeStream();
+    void cutFragment(const std::string& line) const;
     void closeLock();
 };
 

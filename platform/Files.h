@@ -71,6 +71,18 @@ std::error_code writeFileAtomically(const char* path, std::string_view content);
 /// cannot be read.
 std::optional<std::string> readFile(const char* path);
 
+struct FileTail {
+    std::string text;       ///< the last bytes
+    long long fileSize = 0; ///< in bytes
+};
+
+/// The last `most` bytes of the regular file `path`, or all of them when there are fewer. Nothing when it
+/// cannot be read.
+std::optional<FileTail> fileTail(const char* path, std::size_t most);
+
+/// Cuts the existing file `path` to its first `size` bytes.
+std::error_code truncateFile(const char* path, long long size);
+
 /// Sets owner, group and (exactly) mode of the folder `name` in the folder `parent`; "." is `parent` itself.
 /// Neither may be a link: somebody could have put it there to get another folder.
 std::error_code giveFolder(const char* parent, const char* name, uid_t owner, gid_t group, mode_t mode);

@@ -1,5 +1,6 @@
 #include "platform/Files.h"
 
+#include <algorithm>
 #include <array>
 #include <cstdint>
 #include <cstdio>
@@ -68,8 +69,8 @@ std::error_code ensureFolder(const char* path, const FolderAttributes* attribute
     return {};
 }
 
-/// The rest of an open file. Nothing on a read error.
-std::optional<std::string> readToEnd(const FileDescriptor& file) {
+/// The rest of an open file. Nothing on a read error, or when there is more than memory holds.
+std::optional<std::string> readToEnd(const FileDescriptor& file) try {
     std::string content;
     std::array<char, 16384> chunk;
     ssize_t count = 0;
@@ -77,6 +78,8 @@ std::optional<std::string> readToEnd(const FileDescriptor& file) {
         content.append(chunk.data(), static_cast<std::size_t>(count));
     }
     return count == 0 ? std::optional(std::move(content)) : std::nullopt;
+} catch (const std::exception&) {
+    return std::nullopt;
 }
 
 std::error_code writeAll(const FileDescriptor& file, std::string_view content) {
@@ -271,11 +274,26 @@ std::optional<std::string> readFile(const char* path) {
     if (!file.isOpen() || ::fstat(file.get(), &status) == -1 || !S_ISREG(status.st_mode)) {
         return std::nullopt;
     }
-    try {
-        return readToEnd(file);
-    } catch (const std::exception&) { // more content than memory
+    return readToEnd(file);
+}
+
+std::optional<FileTail> fileTail(const char* path, std::size_t most) {
+    const FileDescriptor file(path, O_RDONLY | O_NONBLOCK | O_NOCTTY);
+    struct stat status = {};
+    if (!file.isOpen() || ::fstat(file.get(), &status) == -1 || !S_ISREG(status.st_mode)) {
         return std::nullopt;
     }
+    const auto size = static_cast<std::size_t>(status.st_size);
+    const auto start = static_cast<off_t>(size - std::min(size, most));
+    if (::lseek(file.get(), start, SEEK_SET) == -1) {
+        return std::nullopt;
+    }
+    auto text = readToEnd(file);
+    return text ? std::optional(FileTail{std::move(*text), status.st_size}) : std::nullopt;
+}
+
+std::error_code truncateFile(const char* path, long long size) {
+    return errorOf(uninterrupted([&] { return ::truncate(path, static_cast<off_t>(size)); }));
 }
 
 std::error_code giveFolder(const char* parent, const char* name, uid_t owner, gid_t group, mode_t mode) {

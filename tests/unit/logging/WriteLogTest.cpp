@@ -377,6 +377,21 @@ TEST_F(WriteLog, DropsARecordThatCannotBeWritten) {
     EXPECT_EQ(content(), before);
 }
 
+TEST_F(WriteLog, TakesBackTheHalfOfALineThatGotIntoTheFile) {
+    enroll();
+    write("one");
+    const std::string before = content();
+    for (const std::string& message :
+         {std::string("lost"), std::string("lost\non two lines"), std::string(6000, 'x')}) {
+        {
+            const ScopedFileSizeLimit full(before.size() + 30);
+            EXPECT_TRUE(write(message.c_str()));
+        }
+        EXPECT_EQ(content(), before);
+        target.SetStreamHandle(target.stream);
+    }
+}
+
 TEST_F(WriteLog, GivesTheLockBackAfterARecordThatCannotBeWritten) {
     enroll();
     {

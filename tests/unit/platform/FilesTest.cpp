@@ -366,6 +366,40 @@ TEST(ChangeMode, FollowsLinks) {
 
 TEST(ChangeMode, FailsForNothing) { EXPECT_EQ(changeMode("", 0600), std::errc::no_such_file_or_directory); }
 
+TEST(FileTail, IsTheLastBytesOrAllOfAShorterFile) {
+    const TempFolder folder;
+    writeFile(folder / "file", std::string("one\0two", 7));
+    const std::string file = folder / "file";
+
+    EXPECT_EQ(fileTail(file.c_str(), 3)->text, "two");
+    EXPECT_EQ(fileTail(file.c_str(), 4)->text, std::string("\0two", 4));
+    EXPECT_EQ(fileTail(file.c_str(), 7)->text.size(), 7u);
+    EXPECT_EQ(fileTail(file.c_str(), 100)->text.size(), 7u);
+    EXPECT_EQ(fileTail(file.c_str(), 0)->text, "");
+    EXPECT_EQ(fileTail(file.c_str(), 3)->fileSize, 7);
+}
+
+TEST(FileTail, IsNothingForWhatIsNoRegularFile) {
+    const TempFolder folder;
+    makeFifo(folder / "pipe");
+    for (const std::string& path : {folder / "pipe", folder / "missing", folder.path(), std::string()}) {
+        EXPECT_FALSE(fileTail(path.c_str(), 3)) << path;
+    }
+}
+
+TEST(TruncateFile, KeepsTheFirstBytes) {
+    const TempFolder folder;
+    writeFile(folder / "file", "one two");
+    EXPECT_FALSE(truncateFile((folder / "file").c_str(), 3));
+    EXPECT_EQ(support::readFile(folder / "file"), "one");
+}
+
+TEST(TruncateFile, MakesNoFile) {
+    const TempFolder folder;
+    EXPECT_EQ(truncateFile((folder / "missing").c_str(), 3), std::errc::no_such_file_or_directory);
+    EXPECT_FALSE(entryExists((folder / "missing").c_str()));
+}
+
 TEST(GiveFolder, SetsOwnerGroupAndMode) {
     if (::geteuid() != 0) {
         GTEST_SKIP() << "only root can give a folder away";
