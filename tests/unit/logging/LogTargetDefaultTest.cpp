@@ -150,6 +150,14 @@ TEST_F(FileTarget, OpensStreamAndLockWhenItIsRegistered) {
     EXPECT_EQ(target.logLock->semId, set());
 }
 
+TEST_F(FileTarget, RefusesToBeRegisteredWithAFileFoundUnusable) {
+    target.logFileValid = false;
+    EXPECT_FALSE(enroll());
+    EXPECT_FALSE(target.streamAttached);
+    EXPECT_FALSE(target.stream.is_open());
+    EXPECT_EQ(target.logLock, nullptr);
+}
+
 TEST_F(FileTarget, HoldsTheLockOnlyDuringItsWork) {
     enroll();
     EXPECT_EQ(memberValue(set(), userCount), 1);

@@ -55,6 +55,23 @@ TEST(GetUserFolderPath, IsTrueWithItsOutputUntouchedWhenThereIsNoHome) {
     EXPECT_EQ(path, "earlier");
 }
 
+TEST(GetUserFolderPath, HasRoomFor1023Bytes) {
+    const LogHome home;
+    const std::string longest = "/" + std::string(1022, 'h');
+    std::string path = "earlier";
+    host().folders[{FolderDomain::User, FolderKind::DomainRoot}] = longest;
+    EXPECT_TRUE(elmu::getUserFolderPath(path));
+    EXPECT_EQ(path, longest);
+}
+
+TEST(GetUserFolderPath, IsTrueWithItsOutputUntouchedForALongerHome) {
+    const LogHome home;
+    host().folders[{FolderDomain::User, FolderKind::DomainRoot}] = "/" + std::string(1023, 'h');
+    std::string path = "earlier";
+    EXPECT_TRUE(elmu::getUserFolderPath(path));
+    EXPECT_EQ(path, "earlier");
+}
+
 TEST(GetUserFolder, IsTheHomeOfTheConsoleUser) {
     const LogHome home;
     runAsRootForUser501();
