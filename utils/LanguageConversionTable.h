@@ -1,0 +1,12 @@
+#pragma once
+
+#include <map>
+#include <string>
+
+namespace ELMUUtils {
+
+/// The written forms of language tags (exact, case-sensitive) and the product locale of each: 107 entries.
+/// Filled by the first call, which must have returned before another thread calls; then only read.
+const std::map<std::string, std::string>& GetKorvaneLanguageConversionTable();
+
+} // namespace ELMUUtils
