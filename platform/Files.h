@@ -53,6 +53,10 @@ std::error_code createFolder(const char* path, mode_t mode);
 /// The names in the folder `path`, without "." and "..", in no order. Nothing when it cannot be listed.
 std::optional<std::vector<std::string>> folderEntries(const char* path);
 
+/// Everything below the folder `path`, as paths relative to it: a folder before its content, siblings in byte
+/// order, links not followed. What cannot be listed is left out; empty when `path` is no folder.
+std::vector<std::string> treeEntries(const char* path);
+
 /// Removes `path`, a folder with everything below it. Links are removed, never followed. Removing
 /// nothing, "." or ".." is an error. The first failure ends the work; what was removed before stays so.
 std::error_code removeTree(const char* path);
@@ -66,6 +70,12 @@ std::error_code removeEntry(const char* path);
 /// are not made. Blocks until the content is on the disk; the folder's own entry follows in the system's
 /// time.
 std::error_code writeFileAtomically(const char* path, std::string_view content);
+
+/// Waits until the content of the file `path` is on the disk.
+std::error_code syncFile(const char* path);
+
+/// Gives the entry `from` the name `to` in the same file system, replacing what is there.
+std::error_code moveFile(const char* from, const char* to);
 
 /// The content of the regular file at `path`, links followed. Nothing when it is no regular file or
 /// cannot be read.

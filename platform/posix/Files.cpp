@@ -167,6 +167,19 @@ const dirent* nextEntry(DIR* folder) {
     return ::readdir(folder);
 }
 
+/// Appends what is below the folder `top` + `below`, each name with `below` before it.
+void appendEntriesBelow(const std::string& top, const std::string& below, std::vector<std::string>& entries) {
+    auto names = folderEntries((top + "/" + below).c_str()).value_or(std::vector<std::string>());
+    std::sort(names.begin(), names.end());
+    for (const std::string& name : names) {
+        entries.push_back(below + name);
+        const auto status = statusOfEntry((top + "/" + below + name).c_str());
+        if (status && S_ISDIR(status->st_mode)) {
+            appendEntriesBelow(top, below + name + "/", entries);
+        }
+    }
+}
+
 /// Why the tree `path` may not be removed at all.
 std::error_code removalRefusal(const char* path) {
     const std::string name = lastPathComponent(path);
@@ -247,6 +260,14 @@ std::optional<std::vector<std::string>> folderEntries(const char* path) {
     return errno == 0 ? std::optional(std::move(names)) : std::nullopt;
 }
 
+std::vector<std::string> treeEntries(const char* path) {
+    std::vector<std::string> entries;
+    if (!isEmpty(path)) {
+        appendEntriesBelow(path, "", entries);
+    }
+    return entries;
+}
+
 std::error_code removeTree(const char* path) {
     const std::error_code refusal = removalRefusal(path);
     return refusal ? refusal : removeAll(withoutTrailingSlashes(path));
@@ -267,6 +288,13 @@ std::error_code writeFileAtomically(const char* path, std::string_view content) 
     const std::error_code error = file.fill(content, kept);
     return error ? error : file.moveTo(path);
 }
+
+std::error_code syncFile(const char* path) {
+    const FileDescriptor file(path, O_RDONLY);
+    return file.isOpen() ? errorOf(uninterrupted([&file] { return ::fsync(file.get()); })) : lastError();
+}
+
+std::error_code moveFile(const char* from, const char* to) { return errorOf(::rename(from, to)); }
 
 std::optional<std::string> readFile(const char* path) {
     const FileDescriptor file(path, O_RDONLY | O_NONBLOCK | O_NOCTTY);
