@@ -4,8 +4,12 @@
 #include <exception>
 
 #include "logging/BinaryLock.h"
+#include "logging/DatedCopy.h"
+#include "logging/FileProbes.h"
 #include "logging/Fragment.h"
 #include "logging/PathText.h"
+#include "logging/Segmentation.h"
+#include "logging/SensitiveData.h"
 #include "logging/TimeText.h"
 #include "logging/UserFolders.h"
 #include "platform/Files.h"
@@ -19,11 +23,19 @@ constexpr int kLockProject = 11;
 constexpr std::size_t kMessageBufferSize = 4096;
 constexpr std::size_t kTimeBufferSize = 256;
 constexpr std::size_t kUsualLineSize = 512;
+constexpr std::int32_t kSegmentCheckSeconds = 900;
+constexpr int kDaysOfCopies = 2;
+constexpr std::streamoff kBlockSize = 4096;
 
 /// Mac OS X 10.5 and older have no kernel thread ids.
 bool threadIdsAvailable(long majorNumber, long minorNumber) { return majorNumber > 10 || minorNumber > 5; }
 
 const char* orEmpty(const char* text) { return text == nullptr ? "" : text; }
+
+/// In 32 bits that wrap around.
+std::int32_t secondsBetween(std::int32_t earlier, std::int32_t later) {
+    return static_cast<std::int32_t>(static_cast<std::uint32_t>(later) - static_cast<std::uint32_t>(earlier));
+}
 
 } // namespace
 
@@ -35,6 +47,9 @@ LogTargetDefault::LogTargetDefault(const char* id) {
     long patchNumber = 0;
     utilGetCurrentOSVersion(majorNumber, minorNumber, patchNumber);
     useThreadSelfId = threadIdsAvailable(majorNumber, minorNumber);
+    initializeXMLTagNameList();
+    initializeHeader();
+    headerPending = false;
 }
 
 LogTargetDefault::~LogTargetDefault() {
@@ -89,9 +104,8 @@ bool LogTargetDefault::onRegisterTarget() {
     getCurrentTime(now);
     lastSegmentCheckTime = static_cast<std::int32_t>(now.tv_sec);
     lastRecordTime = lastSegmentCheckTime;
-    {
-        // The size of the file is to be looked at here, under the lock.
-        const LockHolder held(logLock);
+    if (const LockHolder held(logLock); held) {
+        SegmentLogFile(true);
     }
     streamAttached = true;
     return true;
@@ -129,6 +143,13 @@ bool LogTargetDefault::writeLog(Log_Level level, const char* context1, const cha
     if (locked && !held) {
         return true;
     }
+    if (locked) {
+        checkSizeWhenDue();
+        mendEnd();
+    }
+    if (headerPending) {
+        logHeader(INFO, context1, context2, context3, context4, nullptr, false);
+    }
     char expanded[kMessageBufferSize];
     expanded[0] = '\0';
     const char* message = orEmpty(format);
@@ -145,10 +166,98 @@ bool LogTargetDefault::writeLog(Log_Level level, const char* context1, const cha
     return true;
 }
 
-bool LogTargetDefault::logHeader(Log_Level /*level*/, const char* /*context1*/, const char* /*context2*/,
-                                 const char* /*context3*/, const char* /*context4*/, stLogHeader* /*header*/,
-                                 bool /*locked*/) {
+void LogTargetDefault::checkSizeWhenDue() {
+    if (secondsBetween(lastSegmentCheckTime, lastRecordTime) >= kSegmentCheckSeconds &&
+        SegmentLogFile(true)) {
+        lastSegmentCheckTime = lastRecordTime;
+    }
+}
+
+/// A writer that is killed in the middle of its write leaves part of a line, which ends where a block does:
+/// only then is the end of the file looked at.
+void LogTargetDefault::mendEnd() {
+    const auto size = std::streamoff(stream.rdbuf()->pubseekoff(0, std::ios::end));
+    if (size > 0 && size % kBlockSize == 0) {
+        cutUnfinishedRecord(logFilePath);
+    }
+}
+
+bool LogTargetDefault::logHeader(Log_Level level, const char* context1, const char* context2,
+                                 const char* context3, const char* context4, stLogHeader* header,
+                                 bool locked) {
+    headerPending = false;
+    if (header != nullptr && header->persistent) {
+        mergeHeader(storedHeader, *header);
+    }
+    const bool once = header != nullptr && !header->persistent;
+    for (const std::string& line : headerLines(once ? *header : storedHeader)) {
+        writeLog(level, context1, context2, context3, context4, nullptr, nullptr, line.c_str(), nullptr, 0,
+                 locked);
+    }
+    return true;
+}
+
+void LogTargetDefault::initializeHeader() { storedHeader = headerFromFacts(currentHeaderFacts()); }
+
+bool LogTargetDefault::SegmentLogFile(bool /*ignored*/) {
+    const std::string marker = logFolder(logFilePath) + "//" + "ruk.trace";
+    const bool keepsCopies = asksToKeepLogs(platform::readFile(marker.c_str()).value_or(""));
+    long long size = 0;
+    if (!getFileSize(logFilePath, size)) {
+        return false;
+    }
+    if (size < segmentSizeLimit(getLogLevel())) {
+        return true;
+    }
+    headerPending = true;
+    closeStream();
+    timeval now = {};
+    getCurrentTime(now);
+    if (makeDatedCopy(logFilePath, now.tv_sec)) {
+        cleanFile();
+    }
+    const bool reopened = SetStreamHandle(stream);
+    if (!keepsCopies) {
+        removeLogFilesExceptLastN(kDaysOfCopies);
+    }
+    return reopened;
+}
+
+bool LogTargetDefault::removeLogFilesExceptLastN(int count) {
+    std::string basePath = logFilePath;
+    removeFileExtension(basePath);
+    std::string extension;
+    getFileExtension(logFilePath, extension);
+    LogFamily log;
+    log.folder = logFolder(logFilePath);
+    log.baseName = basePath.substr(basePath.rfind('/') + 1);
+    log.currentName = log.baseName;
+    addFileExtension(log.currentName, extension);
+    timeval now = {};
+    getCurrentTime(now);
+    const auto entries = platform::treeEntries(log.folder.c_str());
+    const auto prefixes = recentDatePrefixes(log.baseName, count, now.tv_sec);
+    for (const std::string& path : pathsToPrune(log, prefixes, entries, count)) {
+        platform::removeEntry(path.c_str());
+    }
     return false;
+}
+
+void LogTargetDefault::initializeXMLTagNameList() {
+    for (const char* name : {"proxyusername", "proxy-user", "proxyuser", "user", "username", "proxy-password",
+                             "proxypassword", "password"}) {
+        xmlTagNameList.emplace_back(name);
+    }
+}
+
+void LogTargetDefault::hideDataOfXMLTag(const char* message, std::string& out) const {
+    maskElements(xmlTagNameList, message, out);
+}
+
+void LogTargetDefault::hideDataOfXMLTagHelper(std::string& text, const int& openPosition,
+                                              const int& closePosition, const int& openLength) {
+    maskContent(text, static_cast<std::size_t>(openPosition), static_cast<std::size_t>(closePosition),
+                static_cast<std::size_t>(openLength));
 }
 
 void LogTargetDefault::WriteStream(const char* text) {
@@ -163,21 +272,7 @@ void LogTargetDefault::WriteStream(const char* text) {
     stream.write(line.data(), static_cast<std::streamsize>(line.size()));
     stream.flush();
     if (wasGood && !stream.good()) {
-        cutFragment(line);
-    }
-}
-
-/// Takes back what a failed write put into the file, so that the next line does not begin in the middle of
-/// one.
-void LogTargetDefault::cutFragment(const std::string& line) const {
-    const auto tail = platform::fileTail(logFilePath.c_str(), line.size());
-    if (!tail) {
-        return;
-    }
-    const bool isWholeFile = static_cast<long long>(tail->text.size()) == tail->fileSize;
-    const auto length = static_cast<long long>(fragmentLength(tail->text, isWholeFile, line));
-    if (length != 0) {
-        platform::truncateFile(logFilePath.c_str(), tail->fileSize - length);
+        cutFragment(logFilePath, line);
     }
 }
 
@@ -217,14 +312,24 @@ void LogTargetDefault::formatLog(unsigned long long timeMs, Log_Level level, con
                                  std::string& out) {
     char time[kTimeBufferSize];
     getTimeStr(timeMs, time);
+    const char* const text = orEmpty(message);
+    const bool hasToken = carriesToken(text);
     out.reserve(out.size() + kUsualLineSize);
     out.append(time).append(separator);
-    out.append("[").append(getLogLevelString(level)).append("]").append(separator);
-    for (const char* text : {context1, context2, context3, context4, detail1, detail2}) {
-        out.append(orEmpty(text)).append(separator);
+    out.append("[").append(getLogLevelString(hasToken ? WARN : level)).append("]").append(separator);
+    for (const char* field : {context1, context2, context3, context4, detail1, detail2}) {
+        out.append(orEmpty(field)).append(separator);
     }
     out.append(getCurrentThreadID()).append(separator);
-    out.append(orEmpty(message));
+    if (hasToken) {
+        out.append(kTokenNotice);
+    } else if (mayHoldElement(text)) {
+        std::string masked = text;
+        hideDataOfXMLTag(text, masked);
+        out.append(masked);
+    } else {
+        out.append(text);
+    }
 }
 
 std::string LogTargetDefault::getLogLevelString(Log_Level level) const {

@@ -47,7 +47,10 @@ class LogTargetDefault : public LogTargetBase {
                   const char* context4, const char* detail1, const char* detail2, const char* format,
                   char* args, unsigned long long timeMs, bool locked) override;
 
-    /// No header block is written yet; false.
+    /// Writes a header block: the target's own for a null `header`; `header` alone when it is not persistent;
+    /// else the target's own after `header` was merged into it, which later files start with too. Each line
+    /// is a record at `level` with the four contexts, written with or without the lock as `locked` says.
+    /// Always true.
     bool logHeader(Log_Level level, const char* context1, const char* context2, const char* context3,
                    const char* context4, stLogHeader* header, bool locked) override;
 
@@ -66,8 +69,37 @@ class LogTargetDefault : public LogTargetBase {
     /// Empties the log file and leaves the stream closed. False when the file cannot be opened.
     bool cleanFile();
 
+    /// Fills the target's own header with what is known of the machine and the installed application.
+    void initializeHeader();
+
+    /// Looks at the size of the log file and rotates it when it has reached the limit of the target's level:
+    /// its content goes to a dated copy beside it, it is emptied and opened anew, a header becomes due, and
+    /// old copies are pruned unless the marker file "ruk.trace" beside the log holds "keeplogs". When the
+    /// copy fails the file keeps its content. To be called with the lock held. The result is that of the size
+    /// query, or, after a rotation, of opening the file. The argument is ignored.
+    bool SegmentLogFile(bool ignored);
+
+    /// Removes everything below the log's folder whose name begins with the log's base name, except the live
+    /// file and copies from the latest `count` days, of which the newest stay: `count` + 1 files with the
+    /// live one. Failures are ignored. Nothing is removed when `count` is 0 or negative. Always false.
+    bool removeLogFilesExceptLastN(int count);
+
+    /// Appends the names of the elements whose content is masked to `xmlTagNameList`.
+    void initializeXMLTagNameList();
+
+    /// Masks the content of the elements of `xmlTagNameList` in `out`, which must equal `message` on entry.
+    /// Only the first element of a name is looked at; an empty one is left as it is.
+    void hideDataOfXMLTag(const char* message, std::string& out) const;
+
+    /// Replaces what stands in `text` between the end of an opening tag of `openLength` characters at
+    /// `openPosition` and `closePosition` with "****". Throws `std::out_of_range` when `closePosition` is
+    /// beyond the end.
+    static void hideDataOfXMLTagHelper(std::string& text, const int& openPosition, const int& closePosition,
+                                       const int& openLength);
+
     /// Appends the record's line, without newline, to `out`: time, level, six texts (null ones empty),
-    /// thread and message, the separator between them.
+    /// thread and message, the separator between them. A message that carries a token is replaced by a notice
+    /// at level WARN; in others the content of the elements of `xmlTagNameList` is masked.
     void formatLog(unsigned long long timeMs, Log_Level level, const char* context1, const char* context2,
                    const char* context3, const char* context4, const char* detail1, const char* detail2,
                    const char* message, std::string& out);
@@ -87,8 +119,9 @@ class LogTargetDefault : public LogTargetBase {
   private:
     CurrentSecondText currentSecond;
 
+    void checkSizeWhenDue();
+    void mendEnd();
     void closeStream();
-    void cutFragment(const std::string& line) const;
     void closeLock();
 };
 

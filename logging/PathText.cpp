@@ -66,10 +66,16 @@ bool isFileName(const std::string& name) {
 }
 
 bool appendTimeStampToFile(std::string& path) {
+    timeval now = {};
+    getCurrentTime(now);
+    return appendTimeStampToFile(path, now.tv_sec);
+}
+
+bool appendTimeStampToFile(std::string& path, std::time_t now) {
     std::string stamped = path;
     removeFileExtension(stamped);
     std::string stamp;
-    getDatetime(stamp);
+    getDatetime(stamp, now);
     stamped += " " + stamp;
     std::string extension;
     getFileExtension(path, extension);

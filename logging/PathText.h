@@ -1,5 +1,6 @@
 #pragma once
 
+#include <ctime>
 #include <string>
 
 /// Path texts, edited in place by the rules of platform/Paths.h. Each returns false and leaves its output as
@@ -35,5 +36,8 @@ bool isFileName(const std::string& name);
 /// Inserts a blank and the local date and time before the extension of `path`: "HCD.log" becomes
 /// "HCD 2026-11-16 04-49-07.log". Always true.
 bool appendTimeStampToFile(std::string& path);
+
+/// The same with `now` in seconds since the epoch.
+bool appendTimeStampToFile(std::string& path, std::time_t now);
 
 } // namespace elmu

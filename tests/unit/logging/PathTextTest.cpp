@@ -40,7 +40,9 @@ std::string baseName(const std::string& path) {
     return name;
 }
 
-std::string stamped(const std::string& path) { return edited(path, elmu::appendTimeStampToFile); }
+std::string stamped(const std::string& path) {
+    return edited(path, [](std::string& text) { return elmu::appendTimeStampToFile(text); });
+}
 
 void expectStamped(const std::string& path, const std::string& before, const std::string& after) {
     const std::string result = stamped(path);

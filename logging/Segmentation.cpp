@@ -1,0 +1,69 @@
+#include "logging/Segmentation.h"
+
+#include <algorithm>
+
+#include "logging/TimeText.h"
+
+namespace elmu {
+
+namespace {
+
+constexpr long long kMebibyte = 1024 * 1024;
+constexpr std::string_view kKeepLogs = "keeplogs";
+
+bool beginsWithOneOf(const std::vector<std::string>& prefixes, const std::string& name) {
+    return std::any_of(prefixes.begin(), prefixes.end(),
+                       [&name](const std::string& prefix) { return name.starts_with(prefix); });
+}
+
+} // namespace
+
+long long segmentSizeLimit(Log_Level level) {
+    switch (level) {
+    case TRACE:
+        return 50 * kMebibyte;
+    case DEBUG:
+        return 20 * kMebibyte;
+    default:
+        return 10 * kMebibyte;
+    }
+}
+
+bool asksToKeepLogs(std::string_view firstBytes) {
+    return firstBytes.starts_with(kKeepLogs) &&
+           (firstBytes.size() == kKeepLogs.size() || firstBytes[kKeepLogs.size()] == '\0');
+}
+
+std::string logFolder(const std::string& path) { return path.substr(0, path.rfind('/')); }
+
+std::vector<std::string> recentDatePrefixes(const std::string& baseName, int days, std::time_t now) {
+    std::vector<std::string> prefixes;
+    for (int day = 0; day < days; ++day) {
+        std::string date;
+        getOffSetDate(date, -day, now);
+        prefixes.push_back(baseName + " " + date);
+    }
+    return prefixes;
+}
+
+std::vector<std::string> pathsToPrune(const LogFamily& log, const std::vector<std::string>& prefixes,
+                                      const std::vector<std::string>& entries, int count) {
+    std::vector<std::string> pruned;
+    std::vector<std::string> retained;
+    if (prefixes.empty()) {
+        return pruned;
+    }
+    for (const std::string& entry : entries) {
+        if (!entry.starts_with(log.baseName)) {
+            continue;
+        }
+        const bool stays = entry == log.currentName || beginsWithOneOf(prefixes, entry);
+        (stays ? retained : pruned).push_back(log.folder + "/" + entry);
+    }
+    std::sort(retained.begin(), retained.end());
+    const auto kept = std::min(retained.size(), static_cast<std::size_t>(count) + 1);
+    pruned.insert(pruned.end(), retained.begin(), retained.end() - static_cast<std::ptrdiff_t>(kept));
+    return pruned;
+}
+
+} // namespace elmu
