@@ -3,6 +3,9 @@
 # is build/machine and is kept from run to run. It has the application installed, and a cache that is filled again
 # before each run, as the application does when it is used.
 #
+# With HCD_FILL_LOG=1 in the environment of this script, the log is first filled up to the size at which the tool starts
+# it anew. The tool's own environment holds nothing of that.
+#
 # Ends with the tool's status, or with 69 and one sentence when no machine can be made here.
 set -euo pipefail
 
@@ -10,7 +13,9 @@ project=$(cd "$(dirname "$0")/.." && pwd)
 tool=$project/build/release/bin/HCDCustomHook
 disk=$project/build/machine
 home=/Users/operator
-log=$home/Library/Logs/Halcyra/HCD/HCD.log
+log_folder=$home/Library/Logs/Halcyra/HCD
+log=$log_folder/HCD.log
+log_limit=10485760
 manifest="/Library/Application Support/Korvane/Ostrel/specifiers/halcyra.xml"
 product="/Applications/Utilities/Korvane Halcyra"
 cache=$product/CEF
@@ -56,10 +61,23 @@ fill_cache() {
     seed "$cache/Cookies" <<<cookies
 }
 
+# Whole lines up to the limit, the last one as long as it takes.
+fill_log() {
+    local line="11/16/26 04:41:28:007 | [INFO] |  | HCD | HCDCustomHook |  |  |  | 4711 | An earlier record"
+    seed "$log" </dev/null
+    chmod 666 "$disk$log"
+    local missing=$((log_limit - $(stat -c %s "$disk$log")))
+    local lines=$((missing / (${#line} + 1) - 1))
+    [[ $lines -ge 0 ]] || return 0
+    head -n "$lines" < <(yes "$line") >>"$disk$log"
+    printf '%s%*s\n' "$line" $((missing - (lines + 1) * (${#line} + 1))) '' >>"$disk$log"
+}
+
 prepare_disk() {
     mkdir -p "$disk"/Library "$disk$home"
     install_application
     fill_cache
+    [[ ${HCD_FILL_LOG-} != 1 ]] || fill_log
 }
 
 run_tool() {
@@ -80,13 +98,20 @@ show_tree() {
         tr / '\001' | LC_ALL=C sort -k 2 | tr '\001' /
 }
 
+show_log_folder() {
+    printf '\n== The log folder: %s\n' "$log_folder"
+    [[ ! -d $disk$log_folder ]] ||
+        find "$disk$log_folder" -type f -printf '%10s bytes  %P\n' | LC_ALL=C sort -k 3
+}
+
+# At most the last lines of a file, so many that a usual one is whole.
 show_file() {
     printf '\n== %s: %s\n' "$1" "$2"
     if [[ ! -f $disk$2 ]]; then
         echo "(there is none)"
         return
     fi
-    cat "$disk$2"
+    tail -n 40 "$disk$2"
     [[ -z $(tail -c 1 "$disk$2") ]] || echo
 }
 
@@ -110,5 +135,6 @@ fi
 show_run "$*" "$before" "$(state)" "$status" "$printed"
 show_tree
 show_file "The manifest" "$manifest"
+show_log_folder
 show_file "The log" "$log"
 exit "$status"

@@ -1,3 +1,4 @@
+#include "e2e/LogRecord.h"
 #include "e2e/Machine.h"
 
 #include <filesystem>
@@ -5,6 +6,7 @@
 namespace fs = std::filesystem;
 using namespace e2e;
 using testing::AllOf;
+using testing::ContainsRegex;
 using testing::HasSubstr;
 using testing::Not;
 
@@ -21,11 +23,13 @@ class RunCommand : public MachineTest {
         supply("build/release/bin/HCDCustomHook", HCD_TOOL);
     }
 
-    Outcome start(const std::vector<std::string>& arguments, const std::string& path = searchPath()) const {
+    Outcome start(const std::vector<std::string>& arguments,
+                  const std::vector<std::string>& environment = {searchPath()}) const {
         std::vector<std::string> command = {project / "cmake/run.sh"};
         command.insert(command.end(), arguments.begin(), arguments.end());
-        return runCommand(command, {path}, project);
+        return runCommand(command, environment, project);
     }
+    Outcome startWithAFullLog() const { return start({"--install=1"}, {searchPath(), "HCD_FILL_LOG=1"}); }
 
     support::TempFolder project;
 
@@ -68,10 +72,40 @@ TEST_F(RunCommand, ShowsTheUninstallAfterwards) {
                       HasSubstr(" | Successfully deleted HCD Ostrel Specifier file\n")));
 }
 
+TEST_F(RunCommand, ShowsTheFilesOfTheLogFolder) {
+    EXPECT_THAT(start({"--install=1"}).output,
+                ContainsRegex("== The log folder: /Users/operator/Library/Logs/Halcyra/HCD\n"
+                              " +[0-9]+ bytes  HCD.log\n"));
+}
+
+TEST_F(RunCommand, ShowsTheDatedCopyAndTheHeaderOfTheFreshFileWhenAskedToFillTheLog) {
+    const Outcome outcome = startWithAFullLog();
+    EXPECT_EQ(outcome.status, 0);
+    EXPECT_EQ(outcome.errors, "");
+    EXPECT_THAT(outcome.output, ContainsRegex("  10485760 bytes  HCD [0-9-]+ [0-9-]+.log\n"
+                                              " +[0-9]+ bytes  HCD.log\n"));
+    EXPECT_THAT(outcome.output,
+                AllOf(HasSubstr(" | " + std::string(78, '*') + "\n"), HasSubstr(" | HCD Version: 4.3.0\n"),
+                      HasSubstr(" | Successfully created HCD Ostrel Specifier file\n")));
+}
+
+TEST_F(RunCommand, FillsALogThatHasRecordsWithWholeLines) {
+    const std::string folder = project / "build/machine/Users/operator/Library/Logs/Halcyra/HCD/";
+    start({});
+    const std::string records = support::readFile(folder + "HCD.log");
+    startWithAFullLog();
+    std::string copy;
+    for (const auto& entry : fs::directory_iterator(folder)) {
+        copy = entry.path().filename() == "HCD.log" ? copy : support::readFile(entry.path());
+    }
+    EXPECT_EQ(copy.substr(0, records.size()), records);
+    EXPECT_GT(recordsOf(copy).size(), 100000U);
+}
+
 TEST_F(RunCommand, PassesOnThatNoMachineCanBeMade) {
     support::writeFile(project / "bin/bwrap", "#!/bin/sh\necho 'bwrap: No permissions' >&2\nexit 1\n");
     fs::permissions(project / "bin/bwrap", fs::perms::owner_all);
-    const Outcome outcome = start({"--install=1"}, "PATH=" + (project / "bin:/usr/bin:/bin"));
+    const Outcome outcome = start({"--install=1"}, {"PATH=" + (project / "bin:/usr/bin:/bin")});
     EXPECT_EQ(outcome.status, 69);
     EXPECT_EQ(outcome.output, "");
     EXPECT_EQ(outcome.errors, "No machine can be made here: bubblewrap says \"bwrap: No permissions\".\n");
