@@ -4,7 +4,7 @@
 
 add_library(hcd_build INTERFACE)
 target_compile_options(hcd_build INTERFACE -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror)
-target_compile_definitions(hcd_build INTERFACE _FILE_OFFSET_BITS=64)
+target_compile_definitions(hcd_build INTERFACE _FILE_OFFSET_BITS=64 _TIME_BITS=64)
 if(HCD_SANITIZE)
     # The check of virtual tables opens pipes and writes to them, which tests would take for the code's doing.
     target_compile_options(hcd_build INTERFACE -fsanitize=${HCD_SANITIZE} -fno-sanitize=vptr

@@ -11,16 +11,22 @@ namespace {
 /// So many copies can be made in one second.
 constexpr int kSecondsTried = 100;
 
-/// Empty when every name near is taken.
-std::string freeName(const std::string& path, std::time_t now) {
+std::string datedName(const std::string& path, std::time_t second) {
+    std::string name = path;
+    appendTimeStampToFile(name, second);
+    return name;
+}
+
+/// The second after the last one near `now` whose name is taken. A gap before it is not used: pruning may
+/// have made it, and a copy in it would be the next to go.
+std::time_t freeSecond(const std::string& path, std::time_t now) {
+    std::time_t free = now;
     for (int later = 0; later < kSecondsTried; ++later) {
-        std::string name = path;
-        appendTimeStampToFile(name, now + later);
-        if (!platform::entryExists(name.c_str())) {
-            return name;
+        if (platform::entryExists(datedName(path, now + later).c_str())) {
+            free = now + later + 1;
         }
     }
-    return {};
+    return free;
 }
 
 /// A name that does not begin as the log's does, and so is none of its copies.
@@ -31,17 +37,20 @@ std::string unfinishedName(const std::string& path) {
 
 } // namespace
 
-bool makeDatedCopy(const std::string& path, std::time_t now) {
-    const std::string copy = freeName(path, now);
+std::optional<std::time_t> makeDatedCopy(const std::string& path, std::time_t now) {
+    const std::time_t second = freeSecond(path, now);
+    const std::string copy = datedName(path, second);
     std::string unfinished = unfinishedName(path);
     platform::removeEntry(unfinished.c_str());
-    const bool made = !copy.empty() && copyContentOfFileToFile(path, unfinished) &&
+    const bool made = !platform::entryExists(copy.c_str()) && copyContentOfFileToFile(path, unfinished) &&
                       !platform::syncFile(unfinished.c_str()) &&
                       !platform::moveFile(unfinished.c_str(), copy.c_str());
     if (!made) {
         platform::removeEntry(unfinished.c_str());
+        return std::nullopt;
     }
-    return made;
+    platform::syncFile(path.substr(0, path.rfind('/') + 1).c_str());
+    return second;
 }
 
 } // namespace elmu

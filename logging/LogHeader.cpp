@@ -84,11 +84,12 @@ std::vector<std::string> headerLines(const stLogHeader& header) {
 }
 
 bool utilGetCurrentOSVersion(long& major, long& minor, long& patch) {
-    OSUtils::OSVersion version = {major, minor, patch};
-    OSUtils::GetCurrentOSVersion(version);
-    major = version.major;
-    minor = version.minor;
-    patch = version.patch;
+    OSUtils::OSVersion version = {0, 0, 0};
+    if (OSUtils::GetCurrentOSVersion(version)) {
+        major = version.major;
+        minor = version.minor;
+        patch = version.patch;
+    }
     return true;
 }
 

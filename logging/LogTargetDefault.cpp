@@ -26,6 +26,8 @@ constexpr std::size_t kUsualLineSize = 512;
 constexpr std::int32_t kSegmentCheckSeconds = 900;
 constexpr int kDaysOfCopies = 2;
 constexpr std::streamoff kBlockSize = 4096;
+constexpr std::size_t kMarkerSize = 9;
+constexpr std::streamoff kUnknown = -1;
 
 /// Mac OS X 10.5 and older have no kernel thread ids.
 bool threadIdsAvailable(long majorNumber, long minorNumber) { return majorNumber > 10 || minorNumber > 5; }
@@ -145,7 +147,7 @@ bool LogTargetDefault::writeLog(Log_Level level, const char* context1, const cha
     }
     if (locked) {
         checkSizeWhenDue();
-        mendEnd();
+        lineStart = mendedEnd();
     }
     if (headerPending) {
         logHeader(INFO, context1, context2, context3, context4, nullptr, false);
@@ -160,9 +162,13 @@ bool LogTargetDefault::writeLog(Log_Level level, const char* context1, const cha
     std::string line;
     formatLog(timeMs, level, context1, context2, context3, context4, detail1, detail2, message, line);
     WriteStream(line.c_str());
+    if (locked) {
+        lineStart = kUnknown;
+    }
     return true;
 } catch (const std::exception&) {
     // Out of memory: the record is dropped.
+    lineStart = kUnknown;
     return true;
 }
 
@@ -173,13 +179,15 @@ void LogTargetDefault::checkSizeWhenDue() {
     }
 }
 
-/// A writer that is killed in the middle of its write leaves part of a line, which ends where a block does:
-/// only then is the end of the file looked at.
-void LogTargetDefault::mendEnd() {
-    const auto size = std::streamoff(stream.rdbuf()->pubseekoff(0, std::ios::end));
-    if (size > 0 && size % kBlockSize == 0) {
-        cutUnfinishedRecord(logFilePath);
+/// The end of the file. A writer that is killed in the middle of its write leaves part of a line, which ends
+/// where a block of memory does: only then is the end looked at, and mended.
+std::streamoff LogTargetDefault::mendedEnd() {
+    const auto end = std::streamoff(stream.rdbuf()->pubseekoff(0, std::ios::end));
+    if (end <= 0 || end % kBlockSize != 0) {
+        return end;
     }
+    cutUnfinishedRecord(logFilePath);
+    return std::streamoff(stream.rdbuf()->pubseekoff(0, std::ios::end));
 }
 
 bool LogTargetDefault::logHeader(Log_Level level, const char* context1, const char* context2,
@@ -197,11 +205,13 @@ bool LogTargetDefault::logHeader(Log_Level level, const char* context1, const ch
     return true;
 }
 
-void LogTargetDefault::initializeHeader() { storedHeader = headerFromFacts(currentHeaderFacts()); }
+void LogTargetDefault::initializeHeader() {
+    mergeHeader(storedHeader, headerFromFacts(currentHeaderFacts()));
+}
 
 bool LogTargetDefault::SegmentLogFile(bool /*ignored*/) {
     const std::string marker = logFolder(logFilePath) + "//" + "ruk.trace";
-    const bool keepsCopies = asksToKeepLogs(platform::readFile(marker.c_str()).value_or(""));
+    const bool keepsCopies = asksToKeepLogs(platform::fileHead(marker.c_str(), kMarkerSize).value_or(""));
     long long size = 0;
     if (!getFileSize(logFilePath, size)) {
         return false;
@@ -213,34 +223,37 @@ bool LogTargetDefault::SegmentLogFile(bool /*ignored*/) {
     closeStream();
     timeval now = {};
     getCurrentTime(now);
-    if (makeDatedCopy(logFilePath, now.tv_sec)) {
+    const auto copied = makeDatedCopy(logFilePath, now.tv_sec);
+    if (copied) {
         cleanFile();
     }
     const bool reopened = SetStreamHandle(stream);
     if (!keepsCopies) {
-        removeLogFilesExceptLastN(kDaysOfCopies);
+        // The copy may bear the name of a later second, and that second may be of the next day.
+        prune(kDaysOfCopies, copied.value_or(now.tv_sec));
     }
     return reopened;
 }
 
 bool LogTargetDefault::removeLogFilesExceptLastN(int count) {
+    timeval now = {};
+    getCurrentTime(now);
+    prune(count, now.tv_sec);
+    return false;
+}
+
+void LogTargetDefault::prune(int count, std::time_t now) const {
     std::string basePath = logFilePath;
     removeFileExtension(basePath);
-    std::string extension;
-    getFileExtension(logFilePath, extension);
     LogFamily log;
     log.folder = logFolder(logFilePath);
     log.baseName = basePath.substr(basePath.rfind('/') + 1);
-    log.currentName = log.baseName;
-    addFileExtension(log.currentName, extension);
-    timeval now = {};
-    getCurrentTime(now);
+    log.currentName = logFilePath.substr(logFilePath.rfind('/') + 1);
     const auto entries = platform::treeEntries(log.folder.c_str());
-    const auto prefixes = recentDatePrefixes(log.baseName, count, now.tv_sec);
+    const auto prefixes = recentDatePrefixes(log.baseName, count, now);
     for (const std::string& path : pathsToPrune(log, prefixes, entries, count)) {
         platform::removeEntry(path.c_str());
     }
-    return false;
 }
 
 void LogTargetDefault::initializeXMLTagNameList() {
@@ -251,7 +264,7 @@ void LogTargetDefault::initializeXMLTagNameList() {
 }
 
 void LogTargetDefault::hideDataOfXMLTag(const char* message, std::string& out) const {
-    maskElements(xmlTagNameList, message, out);
+    maskElements(xmlTagNameList, orEmpty(message), out);
 }
 
 void LogTargetDefault::hideDataOfXMLTagHelper(std::string& text, const int& openPosition,
@@ -271,8 +284,13 @@ void LogTargetDefault::WriteStream(const char* text) {
     const bool wasGood = stream.good();
     stream.write(line.data(), static_cast<std::streamsize>(line.size()));
     stream.flush();
-    if (wasGood && !stream.good()) {
-        cutFragment(logFilePath, line);
+    if (lineStart < 0 || !wasGood) {
+        return;
+    }
+    if (stream.good()) {
+        lineStart += static_cast<std::streamoff>(line.size());
+    } else {
+        platform::truncateFile(logFilePath.c_str(), lineStart);
     }
 }
 

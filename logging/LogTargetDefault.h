@@ -54,8 +54,9 @@ class LogTargetDefault : public LogTargetBase {
     bool logHeader(Log_Level level, const char* context1, const char* context2, const char* context3,
                    const char* context4, stLogHeader* header, bool locked) override;
 
-    /// Puts `text` and a newline into the file as one write and flushes. When that fails half-way, what got
-    /// into the file is cut off again. Null marks the stream bad, so that nothing more is written.
+    /// Puts `text` and a newline into the file as one write and flushes. When that fails half-way under the
+    /// lock, what got into the file is cut off again. Null marks the stream bad, so that nothing more is
+    /// written.
     void WriteStream(const char* text) override;
 
     /// Writes the local date and time of `timeMs` (milliseconds since the epoch, 0 for now), a colon and
@@ -118,9 +119,12 @@ class LogTargetDefault : public LogTargetBase {
 
   private:
     CurrentSecondText currentSecond;
+    std::streamoff lineStart =
+        -1; ///< where the next line begins while the lock is held; negative when not known
 
     void checkSizeWhenDue();
-    void mendEnd();
+    std::streamoff mendedEnd();
+    void prune(int count, std::time_t now) const;
     void closeStream();
     void closeLock();
 };

@@ -11,8 +11,9 @@ class LoggingCore;
 /// A client of the logging core. Its records reach the targets registered under its identifier and carry
 /// its four context texts. Building one registers nothing. `trace` to `fatal` and `log` go through the
 /// virtual `logit`; `logTrace` to `logFatal`, which replace the fourth context text, do not. A null `format`
-/// makes no record; null detail texts are empty, except that `logTrace` to `logFatal` make no record when
-/// any of their texts is null. As thread-safe as the core and the targets: one thread at a time.
+/// makes no record, except in `logit`, which checks nothing; null detail texts are empty, except that
+/// `logTrace` to `logFatal` make no record when any of their texts is null. As thread-safe as the core and
+/// the targets: one thread at a time.
 class Logger : public AbstractLogger {
   public:
     /// The identifier to address and the four context texts. Null arguments leave their field empty.

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <map>
 #include <string>
 #include <vector>
@@ -12,7 +13,7 @@ class LogTargetBase;
 
 /// The one place where records find their targets. Holds plain pointers and deletes none. It has no lock:
 /// registration, unregistration and dispatch run on one thread or are serialised by the caller; only
-/// `getInstance` may race.
+/// `getInstance` may race. A target's hooks and its `writeLog` register and unregister nothing.
 class LoggingCore {
   public:
     /// The process's single instance, created by the first call. At process exit it forgets its targets
@@ -41,7 +42,7 @@ class LoggingCore {
   private:
     LoggingCore() = default;
 
-    std::map<std::string, std::vector<LogTargetBase*>> registry;
+    std::map<std::string, std::vector<LogTargetBase*>, std::less<>> registry;
 };
 
 } // namespace elmu

@@ -8,7 +8,7 @@ namespace elmu {
 
 namespace {
 
-constexpr long long kMebibyte = 1024 * 1024;
+constexpr long long kMebibyte = 1024LL * 1024;
 constexpr std::string_view kKeepLogs = "keeplogs";
 
 bool beginsWithOneOf(const std::vector<std::string>& prefixes, const std::string& name) {
@@ -41,7 +41,7 @@ std::vector<std::string> recentDatePrefixes(const std::string& baseName, int day
     for (int day = 0; day < days; ++day) {
         std::string date;
         getOffSetDate(date, -day, now);
-        prefixes.push_back(baseName + " " + date);
+        prefixes.push_back(std::string(baseName).append(" ").append(date));
     }
     return prefixes;
 }

@@ -81,6 +81,10 @@ std::error_code moveFile(const char* from, const char* to);
 /// cannot be read.
 std::optional<std::string> readFile(const char* path);
 
+/// The first `most` bytes of the regular file `path`, or all of them when there are fewer. Nothing when it
+/// cannot be read.
+std::optional<std::string> fileHead(const char* path, std::size_t most);
+
 struct FileTail {
     std::string text;       ///< the last bytes
     long long fileSize = 0; ///< in bytes

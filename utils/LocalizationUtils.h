@@ -13,9 +13,8 @@ bool Convert1766ToKorvaneLanguage(const std::string& tag, std::string& locale);
 class LocalizationUtils {
   public:
     /// Puts the product locale of the first of the user's preferred languages that has one into `locale`.
-    /// Arabic
-    /// ("ar" alone) becomes French or English of the region, Hebrew ("he" alone) English. When no language
-    /// decides, `locale` stays as it is, or becomes "en_US" if it is empty. Always true.
+    /// Arabic ("ar" alone) becomes French or English of the region, Hebrew ("he" alone) English. When no
+    /// language decides, `locale` stays as it is, or becomes "en_US" if it is empty. Always true.
     static bool GetOSLocale(std::string& locale);
 };
 

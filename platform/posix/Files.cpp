@@ -69,6 +69,16 @@ std::error_code ensureFolder(const char* path, const FolderAttributes* attribute
     return {};
 }
 
+/// Opens a regular file for reading, links followed. Not open for anything else; never blocks.
+FileDescriptor openRegularFile(const char* path) {
+    FileDescriptor file(path, O_RDONLY | O_NONBLOCK | O_NOCTTY);
+    struct stat status = {};
+    if (file.isOpen() && (::fstat(file.get(), &status) == -1 || !S_ISREG(status.st_mode))) {
+        file.close();
+    }
+    return file;
+}
+
 /// The rest of an open file. Nothing on a read error, or when there is more than memory holds.
 std::optional<std::string> readToEnd(const FileDescriptor& file) try {
     std::string content;
@@ -167,15 +177,17 @@ const dirent* nextEntry(DIR* folder) {
     return ::readdir(folder);
 }
 
-/// Appends what is below the folder `top` + `below`, each name with `below` before it.
+/// Appends what is below the folder `top` + "/" + `below`, each name with `below` before it.
 void appendEntriesBelow(const std::string& top, const std::string& below, std::vector<std::string>& entries) {
-    auto names = folderEntries((top + "/" + below).c_str()).value_or(std::vector<std::string>());
+    const std::string folder = std::string(top).append("/").append(below);
+    auto names = folderEntries(folder.c_str()).value_or(std::vector<std::string>());
     std::sort(names.begin(), names.end());
     for (const std::string& name : names) {
-        entries.push_back(below + name);
-        const auto status = statusOfEntry((top + "/" + below + name).c_str());
+        const std::string entry = below + name;
+        entries.push_back(entry);
+        const auto status = statusOfEntry((folder + name).c_str());
         if (status && S_ISDIR(status->st_mode)) {
-            appendEntriesBelow(top, below + name + "/", entries);
+            appendEntriesBelow(top, entry + "/", entries);
         }
     }
 }
@@ -297,18 +309,28 @@ std::error_code syncFile(const char* path) {
 std::error_code moveFile(const char* from, const char* to) { return errorOf(::rename(from, to)); }
 
 std::optional<std::string> readFile(const char* path) {
-    const FileDescriptor file(path, O_RDONLY | O_NONBLOCK | O_NOCTTY);
-    struct stat status = {};
-    if (!file.isOpen() || ::fstat(file.get(), &status) == -1 || !S_ISREG(status.st_mode)) {
+    const auto file = openRegularFile(path);
+    return file.isOpen() ? readToEnd(file) : std::nullopt;
+}
+
+std::optional<std::string> fileHead(const char* path, std::size_t most) {
+    const auto file = openRegularFile(path);
+    if (!file.isOpen()) {
         return std::nullopt;
     }
-    return readToEnd(file);
+    std::string head(most, '\0');
+    const auto count = uninterrupted([&] { return ::pread(file.get(), head.data(), head.size(), 0); });
+    if (count == -1) {
+        return std::nullopt;
+    }
+    head.resize(static_cast<std::size_t>(count));
+    return head;
 }
 
 std::optional<FileTail> fileTail(const char* path, std::size_t most) {
-    const FileDescriptor file(path, O_RDONLY | O_NONBLOCK | O_NOCTTY);
+    const auto file = openRegularFile(path);
     struct stat status = {};
-    if (!file.isOpen() || ::fstat(file.get(), &status) == -1 || !S_ISREG(status.st_mode)) {
+    if (!file.isOpen() || ::fstat(file.get(), &status) == -1) {
         return std::nullopt;
     }
     const auto size = static_cast<std::size_t>(status.st_size);

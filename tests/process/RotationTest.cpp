@@ -51,7 +51,7 @@ struct Progress {
     std::atomic<pid_t> process;
     std::atomic<int> returned; ///< calls that have come back
 };
-static_assert(std::atomic<int>::is_always_lock_free && std::atomic<pid_t>::is_always_lock_free);
+static_assert(std::atomic<int>::is_always_lock_free);
 
 /// The progress of all writers, shared between processes through a file.
 class ProgressBoard {

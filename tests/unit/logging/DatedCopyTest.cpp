@@ -63,6 +63,17 @@ TEST_F(DatedCopy, TakesTheNextFreeSecondRatherThanTheNameOfAnother) {
     EXPECT_EQ(readFile(folder / "HCD 2026-11-16 04-49-09.log"), "content");
 }
 
+TEST_F(DatedCopy, IsGreaterThanAllCopiesOfItsSecondAlsoWhenOneOfThemIsGone) {
+    writeFile(folder / nextName, "the second of two");
+    EXPECT_EQ(elmu::makeDatedCopy(path, now), now + 2);
+    EXPECT_THAT(names(), UnorderedElementsAre("HCD.log", nextName, "HCD 2026-11-16 04-49-09.log"));
+}
+
+TEST_F(DatedCopy, TellsTheSecondInItsName) {
+    EXPECT_EQ(elmu::makeDatedCopy(path, now), now);
+    EXPECT_EQ(elmu::makeDatedCopy(path, now), now + 1);
+}
+
 TEST_F(DatedCopy, TakesNoPlaceOfALinkOrFolderEither) {
     fs::create_symlink("HCD.log", folder / name);
     fs::create_directory(folder / nextName);

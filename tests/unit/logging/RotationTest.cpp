@@ -317,6 +317,37 @@ class WatchedTarget : public LogTargetDefault {
     std::vector<std::uintmax_t> sizes;
 };
 
+TEST_F(Rotation, KeepsTheNewestContentOfSeveralInOneSecond) {
+    enroll();
+    for (const char* first : {"A", "B", "C", "D", "E"}) {
+        fill(infoLimit, first);
+        ASSERT_TRUE(target.SegmentLogFile(true));
+    }
+    std::string firsts;
+    for (const std::string& name : copies()) {
+        firsts += readFile(home / name).front();
+    }
+    EXPECT_EQ(firsts, "DE");
+}
+
+TEST_F(Rotation, KeepsALogWhoseNameIsAllExtension) {
+    for (const char* name : {".log", "..log"}) {
+        target.setLogFile(name, home.path().c_str());
+        ::fill(home / name, infoLimit, "first line");
+        ASSERT_TRUE(enroll());
+        EXPECT_TRUE(has(name)) << name;
+        elmu::LoggingCore::getInstance()->unregisterTarget(&target);
+    }
+}
+
+TEST_F(Rotation, ReadsNoMoreOfTheMarkerThanItNeeds) {
+    place("ruk.trace");
+    fs::resize_file(home / "ruk.trace", std::uintmax_t{1} << 36);
+    fill();
+    EXPECT_TRUE(enroll());
+    EXPECT_TRUE(isRotated());
+}
+
 class WatchedRotation : public RotatingLog<WatchedTarget> {};
 
 TEST_F(WatchedRotation, ReopensTheEmptiedLogThroughTheVirtualOperation) {

@@ -266,4 +266,37 @@ TEST(GetLogMessage, WorksOnACopyOfTheList) {
     EXPECT_EQ(twice("%d %s", 1, "one"), "1 one|1 one");
 }
 
+std::string currentSecond(elmu::CurrentSecondText& text, std::time_t seconds) {
+    char buffer[256];
+    return std::string(buffer, text.format(seconds, buffer, sizeof buffer));
+}
+
+TEST(CurrentSecondText, ChangesWithTheSecond) {
+    const ScopedTimeZone utc("UTC0");
+    elmu::CurrentSecondText text;
+    EXPECT_EQ(currentSecond(text, 1794804547), "11/16/26 04:49:07");
+    EXPECT_EQ(currentSecond(text, 1794804547), "11/16/26 04:49:07");
+    EXPECT_EQ(currentSecond(text, 1794804548), "11/16/26 04:49:08");
+    EXPECT_EQ(currentSecond(text, 1794804547), "11/16/26 04:49:07");
+}
+
+TEST(CurrentSecondText, ChangesWithTheZoneWithinTheSecond) {
+    elmu::CurrentSecondText text;
+    {
+        const ScopedTimeZone utc("UTC0");
+        EXPECT_EQ(currentSecond(text, 1794804547), "11/16/26 04:49:07");
+    }
+    const ScopedTimeZone east("EAST-2");
+    EXPECT_EQ(currentSecond(text, 1794804547), "11/16/26 06:49:07");
+}
+
+TEST(GetOffSetDate, CountsFarDaysExactly) {
+    const ScopedTimeZone utc("UTC0");
+    std::string date;
+    EXPECT_TRUE(elmu::getOffSetDate(date, 100000, 1794787200));
+    EXPECT_EQ(date, "2300-09-01");
+    EXPECT_TRUE(elmu::getOffSetDate(date, -1, 1794787200));
+    EXPECT_EQ(date, "2026-11-15");
+}
+
 } // namespace

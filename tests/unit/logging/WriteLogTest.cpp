@@ -392,6 +392,18 @@ TEST_F(WriteLog, TakesBackTheHalfOfALineThatGotIntoTheFile) {
     }
 }
 
+TEST_F(WriteLog, TakesBackNothingOfAnEarlierRecordThatTheLostOneBeginsWith) {
+    enroll();
+    constexpr unsigned long long time = 1794804547123;
+    target.writeLog(elmu::INFO, "", "", "", "", "", "", "step done", nullptr, time, true);
+    const std::string before = content();
+    {
+        const ScopedFileSizeLimit full(before.size());
+        target.writeLog(elmu::INFO, "", "", "", "", "", "", "step done\nsecond line", nullptr, time, true);
+    }
+    EXPECT_EQ(content(), before);
+}
+
 TEST_F(WriteLog, GivesTheLockBackAfterARecordThatCannotBeWritten) {
     enroll();
     {
