@@ -8,7 +8,7 @@ namespace elmu {
 
 namespace {
 
-/// So many copies can be made in one second.
+/// So many names, from that of `now` on, are looked at.
 constexpr int kSecondsTried = 100;
 
 std::string datedName(const std::string& path, std::time_t second) {

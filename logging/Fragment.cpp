@@ -33,9 +33,9 @@ std::size_t unfinishedRecordLength(std::string_view tail, bool isWholeFile) {
     return beginsLikeARecord(line) ? line.size() : 0;
 }
 
-void cutUnfinishedRecord(const std::string& path) {
+void cutUnfinishedRecord(const std::string& path, long long end) {
     const auto last = platform::fileTail(path.c_str(), 1);
-    if (!last || last->text == "\n") {
+    if (!last || last->text == "\n" || last->fileSize != end) {
         return;
     }
     const auto tail = platform::fileTail(path.c_str(), kLongestTail);
@@ -46,6 +46,17 @@ void cutUnfinishedRecord(const std::string& path) {
     const auto length = static_cast<long long>(unfinishedRecordLength(tail->text, isWholeFile));
     if (length != 0) {
         platform::truncateFile(path.c_str(), tail->fileSize - length);
+    }
+}
+
+void cutFailedLine(const std::string& path, long long start, std::string_view line) {
+    const auto tail = platform::fileTail(path.c_str(), line.size());
+    const long long length = tail ? tail->fileSize - start : 0;
+    if (length <= 0 || length >= static_cast<long long>(line.size())) {
+        return;
+    }
+    if (tail->text.ends_with(line.substr(0, static_cast<std::size_t>(length)))) {
+        platform::truncateFile(path.c_str(), start);
     }
 }
 

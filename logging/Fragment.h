@@ -13,7 +13,12 @@ namespace elmu {
 std::size_t unfinishedRecordLength(std::string_view tail, bool isWholeFile);
 
 /// Cuts off the beginning of a record that a killed writer left at the end of the file `path`, if there is
-/// one. To be called with the lock held.
-void cutUnfinishedRecord(const std::string& path);
+/// one and the file ends at `end`: otherwise it is not the file that was looked at. To be called with the
+/// lock held.
+void cutUnfinishedRecord(const std::string& path, long long end);
+
+/// Cuts off what a failed write of `line` left in the file `path` from `start` on. Does nothing when
+/// something else stands there. To be called with the lock held.
+void cutFailedLine(const std::string& path, long long start, std::string_view line);
 
 } // namespace elmu

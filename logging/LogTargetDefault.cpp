@@ -186,7 +186,7 @@ std::streamoff LogTargetDefault::mendedEnd() {
     if (end <= 0 || end % kBlockSize != 0) {
         return end;
     }
-    cutUnfinishedRecord(logFilePath);
+    cutUnfinishedRecord(logFilePath, end);
     return std::streamoff(stream.rdbuf()->pubseekoff(0, std::ios::end));
 }
 
@@ -290,7 +290,7 @@ void LogTargetDefault::WriteStream(const char* text) {
     if (stream.good()) {
         lineStart += static_cast<std::streamoff>(line.size());
     } else {
-        platform::truncateFile(logFilePath.c_str(), lineStart);
+        cutFailedLine(logFilePath, lineStart, line);
     }
 }
 

@@ -61,6 +61,10 @@ std::vector<std::string> pathsToPrune(const LogFamily& log, const std::vector<st
         (stays ? retained : pruned).push_back(log.folder + "/" + entry);
     }
     std::sort(retained.begin(), retained.end());
+    // A name without an extension sorts before its copies; the live file must not be the first to go.
+    const std::string live = log.folder + "/" + log.currentName;
+    std::stable_partition(retained.begin(), retained.end(),
+                          [&live](const std::string& path) { return path != live; });
     const auto kept = std::min(retained.size(), static_cast<std::size_t>(count) + 1);
     pruned.insert(pruned.end(), retained.begin(), retained.end() - static_cast<std::ptrdiff_t>(kept));
     return pruned;

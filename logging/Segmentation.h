@@ -32,8 +32,9 @@ struct LogFamily {
 };
 
 /// The paths to remove, in order, from the paths `entries` below the log's folder: everything whose name
-/// begins with the base name, except the live file, copies that begin with one of `prefixes`, and of these
-/// only the `count` + 1 greatest names, the live file counted. Nothing when `prefixes` is empty.
+/// begins with the base name, except the live file and copies that begin with one of `prefixes`; and of these
+/// copies all but the greatest names, so that `count` + 1 files stay with the live one. Nothing when
+/// `prefixes` is empty.
 std::vector<std::string> pathsToPrune(const LogFamily& log, const std::vector<std::string>& prefixes,
                                       const std::vector<std::string>& entries, int count);
 

@@ -39,7 +39,7 @@ class UnfinishedRecordInAFile : public testing::Test {
     /// What is left of a file with that content.
     std::string mended(const std::string& content) const {
         support::writeFile(folder / "log", content);
-        elmu::cutUnfinishedRecord(folder / "log");
+        elmu::cutUnfinishedRecord(folder / "log", static_cast<long long>(content.size()));
         return support::readFile(folder / "log");
     }
 
@@ -68,7 +68,39 @@ TEST_F(UnfinishedRecordInAFile, IsAllThatIsCutOff) {
 }
 
 TEST_F(UnfinishedRecordInAFile, IsLookedForInRegularFilesOnly) {
-    elmu::cutUnfinishedRecord(folder.path());
-    elmu::cutUnfinishedRecord(folder / "missing");
+    elmu::cutUnfinishedRecord(folder.path(), 0);
+    elmu::cutUnfinishedRecord(folder / "missing", 0);
     EXPECT_FALSE(std::filesystem::exists(folder / "missing"));
+}
+
+TEST_F(UnfinishedRecordInAFile, IsLeftInAFileOfAnotherLength) {
+    const std::string content = "whole\n11/21/26 10:00:00:000 | [IN";
+    support::writeFile(folder / "log", content);
+    elmu::cutUnfinishedRecord(folder / "log", 4096);
+    EXPECT_EQ(support::readFile(folder / "log"), content);
+}
+
+namespace {
+
+/// What a failed write of "a line\n" at 6 leaves of a file with that content.
+std::string afterFailedLine(const std::string& content) {
+    const support::TempFolder folder;
+    support::writeFile(folder / "log", content);
+    elmu::cutFailedLine(folder / "log", 6, "a line\n");
+    return support::readFile(folder / "log");
+}
+
+} // namespace
+
+TEST(FailedLine, IsCutOffFromItsStart) {
+    EXPECT_EQ(afterFailedLine("whole\na li"), "whole\n");
+    EXPECT_EQ(afterFailedLine("whole\na line"), "whole\n");
+    EXPECT_EQ(afterFailedLine("whole\na"), "whole\n");
+}
+
+TEST(FailedLine, IsNothingThatOthersWrote) {
+    for (const std::string content :
+         {"", "who", "whole\n", "whole\nb li", "whole\na line\n", "whole\nanother line\n"}) {
+        EXPECT_EQ(afterFailedLine(content), content);
+    }
 }

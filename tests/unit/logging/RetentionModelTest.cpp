@@ -59,6 +59,7 @@ bool isRecent(const std::string& entry, const std::vector<std::string>& prefixes
 std::vector<std::string> removedByTheModel(const Listing& listing) {
     std::vector<std::string> removed;
     std::vector<std::string> retained;
+    std::vector<std::string> live;
     for (const std::string& entry : listing.entries) {
         if (entry == "." || entry == ".." || listing.prefixes.empty()) {
             continue;
@@ -67,10 +68,13 @@ std::vector<std::string> removedByTheModel(const Listing& listing) {
         const bool recent = ours && isRecent(entry, listing.prefixes);
         if (ours && !recent && entry != listing.log.currentName) {
             removed.push_back(listing.log.folder + "/" + entry);
+        } else if (entry == listing.log.currentName) {
+            live.push_back(listing.log.folder + "/" + entry);
         } else if (ours) {
             insertInOrder(retained, listing.log.folder + "/" + entry);
         }
     }
+    retained.insert(retained.end(), live.begin(), live.end());
     while (static_cast<long>(retained.size()) > listing.count + 1L) {
         removed.push_back(retained.front());
         retained.erase(retained.begin());

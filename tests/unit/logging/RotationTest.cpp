@@ -330,6 +330,17 @@ TEST_F(Rotation, KeepsTheNewestContentOfSeveralInOneSecond) {
     EXPECT_EQ(firsts, "DE");
 }
 
+TEST_F(Rotation, KeepsALogWithoutAnExtension) {
+    target.setLogFile("HCD", home.path().c_str());
+    ASSERT_TRUE(enroll());
+    for (const char* first : {"A", "B", "C", "D"}) {
+        ::fill(home / "HCD", infoLimit, first);
+        ASSERT_TRUE(target.SegmentLogFile(true));
+        EXPECT_TRUE(has("HCD")) << first;
+    }
+    elmu::LoggingCore::getInstance()->unregisterTarget(&target);
+}
+
 TEST_F(Rotation, KeepsALogWhoseNameIsAllExtension) {
     for (const char* name : {".log", "..log"}) {
         target.setLogFile(name, home.path().c_str());
