@@ -5,6 +5,8 @@ set -euo pipefail
 mapfile -t sources < <(git ls-files --cached --others --exclude-standard -- '*.cpp')
 printf '%s\0' "${sources[@]}" |
     xargs -0 -n 1 -P "$(nproc)" clang-tidy -p build/clang --quiet --warnings-as-errors='*' 2>/dev/null
-mapfile -t scripts < <(git ls-files --cached --others --exclude-standard -- dev .ci/run '*.sh')
+mapfile -t scripts < <(
+    git ls-files --cached --others --exclude-standard -- dev .ci/run '*.sh' 'packaging/macos/scripts/*'
+)
 shellcheck "${scripts[@]}"
 echo "${#sources[@]} sources and ${#scripts[@]} scripts have no finding"
