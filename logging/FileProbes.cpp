@@ -1,7 +1,5 @@
 #include "logging/FileProbes.h"
 
-#include <fstream>
-
 #include "platform/Files.h"
 
 namespace elmu {
@@ -26,21 +24,7 @@ bool getFileSize(const std::string& path, long long& size) {
 }
 
 bool copyContentOfFileToFile(const std::string& source, std::string& target) {
-    std::ifstream reader(source.c_str(), std::ios::in | std::ios::binary);
-    if (!reader.is_open()) {
-        return false;
-    }
-    std::ofstream writer(target.c_str(), std::ios::out | std::ios::trunc | std::ios::binary);
-    if (!writer.is_open()) {
-        return false;
-    }
-    char block[4096];
-    do {
-        reader.read(block, sizeof block);
-        writer.write(block, reader.gcount());
-    } while (reader.gcount() == sizeof block && writer.good());
-    writer.flush();
-    return !reader.bad() && writer.good();
+    return !platform::copyContent(source.c_str(), target.c_str());
 }
 
 } // namespace elmu

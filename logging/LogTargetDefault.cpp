@@ -39,6 +39,23 @@ std::int32_t secondsBetween(std::int32_t earlier, std::int32_t later) {
     return static_cast<std::int32_t>(static_cast<std::uint32_t>(later) - static_cast<std::uint32_t>(earlier));
 }
 
+void openForAppending(std::fstream& s, const std::string& path) {
+    if (s.is_open()) {
+        s.close();
+    }
+    if (!platform::isSafeToAppendTo(path.c_str())) {
+        s.setstate(std::ios::failbit);
+        return;
+    }
+    const bool existed = platform::entryExists(path.c_str());
+    s.open(path, std::ios::out | std::ios::app);
+    if (!existed && s.is_open()) {
+        if (const std::error_code error = platform::changeMode(path.c_str(), 0666)) {
+            std::fprintf(stderr, "\n Error Set File permissions. errno = %s", error.message().c_str());
+        }
+    }
+}
+
 } // namespace
 
 LogTargetDefault::LogTargetDefault(const char* id) {
@@ -60,23 +77,23 @@ LogTargetDefault::~LogTargetDefault() {
 }
 
 bool LogTargetDefault::SetStreamHandle(std::fstream& s) {
-    if (s.is_open()) {
-        s.close();
-    }
-    if (!platform::isSafeToAppendTo(logFilePath.c_str())) {
-        s.setstate(std::ios::failbit);
-        return false;
-    }
-    // Without a buffer nothing is left of a line that could not be written, to come out at some later time.
-    s.rdbuf()->pubsetbuf(nullptr, 0);
-    const bool existed = platform::entryExists(logFilePath.c_str());
-    s.open(logFilePath, std::ios::out | std::ios::app);
-    if (!existed && s.is_open()) {
-        if (const std::error_code error = platform::changeMode(logFilePath.c_str(), 0666)) {
-            std::fprintf(stderr, "\n Error Set File permissions. errno = %s", error.message().c_str());
-        }
+    openForAppending(s, logFilePath);
+    if (&s == &stream) {
+        openLineBuffer();
     }
     return s.good();
+}
+
+/// The stream's own buffer stays open on the file, so that the stream is; nothing is written through it.
+void LogTargetDefault::openLineBuffer() {
+    lineBuffer.close();
+    if (!stream.good()) {
+        return;
+    }
+    stream.std::ios::rdbuf(&lineBuffer);
+    if (!lineBuffer.open(logFilePath)) {
+        stream.setstate(std::ios::failbit);
+    }
 }
 
 bool LogTargetDefault::SetStreamPath(const char* fileName) {
@@ -124,6 +141,7 @@ void LogTargetDefault::closeStream() {
     if (!stream.fail()) {
         stream.close();
     }
+    lineBuffer.close();
 }
 
 void LogTargetDefault::closeLock() {
@@ -182,12 +200,13 @@ void LogTargetDefault::checkSizeWhenDue() {
 /// The end of the file. A writer that is killed in the middle of its write leaves part of a line, which ends
 /// where a block of memory does: only then is the end looked at, and mended.
 std::streamoff LogTargetDefault::mendedEnd() {
-    const auto end = std::streamoff(stream.rdbuf()->pubseekoff(0, std::ios::end));
+    std::streambuf& buffer = *stream.std::ios::rdbuf();
+    const auto end = std::streamoff(buffer.pubseekoff(0, std::ios::end));
     if (end <= 0 || end % kBlockSize != 0) {
         return end;
     }
     cutUnfinishedRecord(logFilePath, end);
-    return std::streamoff(stream.rdbuf()->pubseekoff(0, std::ios::end));
+    return std::streamoff(buffer.pubseekoff(0, std::ios::end));
 }
 
 bool LogTargetDefault::logHeader(Log_Level level, const char* context1, const char* context2,
@@ -274,7 +293,7 @@ void LogTargetDefault::hideDataOfXMLTagHelper(std::string& text, const int& open
 }
 
 void LogTargetDefault::WriteStream(const char* text) {
-    if (text == nullptr) {
+    if (text == nullptr || !stream.is_open()) {
         stream.setstate(std::ios::badbit);
         return;
     }
@@ -316,6 +335,7 @@ bool LogTargetDefault::cleanFile() {
     if (stream.is_open()) {
         stream.close();
     }
+    lineBuffer.close();
     stream.open(logFilePath, std::ios::out | std::ios::trunc);
     if (!stream.good()) {
         return false;

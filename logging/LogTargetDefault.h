@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "logging/LineBuffer.h"
 #include "logging/LogHeader.h"
 #include "logging/LogTargetBase.h"
 #include "logging/TimeText.h"
@@ -16,7 +17,8 @@ class BinaryLock;
 /// the file's path and the number 11 from before a record is formatted until its line is in the file, so
 /// lines never mix. Failures are silent: a record that cannot be written is dropped, and after a failed write
 /// all later ones until the stream is opened anew. The one message, on standard error, is about the mode of
-/// a newly created file.
+/// a newly created file. `stream` is connected with the log file by `SetStreamHandle`; each text that is
+/// then inserted into it is a write of its own.
 class LogTargetDefault : public LogTargetBase {
   public:
     /// `id` is the identifier to register under; null leaves it empty.
@@ -119,9 +121,11 @@ class LogTargetDefault : public LogTargetBase {
 
   private:
     CurrentSecondText currentSecond;
+    LineBuffer lineBuffer; ///< of `stream`, while that is open
     std::streamoff lineStart =
         -1; ///< where the next line begins while the lock is held; negative when not known
 
+    void openLineBuffer();
     void checkSizeWhenDue();
     std::streamoff mendedEnd();
     void prune(int count, std::time_t now) const;

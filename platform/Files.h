@@ -71,6 +71,10 @@ std::error_code removeEntry(const char* path);
 /// time.
 std::error_code writeFileAtomically(const char* path, std::string_view content);
 
+/// Puts the content of the file `from` into the file `to`, which is emptied first, or made with 0666 less the
+/// umask. Nothing happens to `to` when `from` cannot be opened; after a later failure it is incomplete.
+std::error_code copyContent(const char* from, const char* to);
+
 /// Waits until the content of the file `path` is on the disk.
 std::error_code syncFile(const char* path);
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cerrno>
+#include <string_view>
 #include <system_error>
 #include <utility>
 
@@ -50,5 +51,17 @@ class FileDescriptor {
   private:
     int number;
 };
+
+/// Writes `content`, with a further call for the rest where the system took a part.
+inline std::error_code writeAll(const FileDescriptor& file, std::string_view content) {
+    while (!content.empty()) {
+        const auto count = uninterrupted([&] { return ::write(file.get(), content.data(), content.size()); });
+        if (count <= 0) {
+            return count == 0 ? std::make_error_code(std::errc::io_error) : lastError();
+        }
+        content.remove_prefix(static_cast<std::size_t>(count));
+    }
+    return {};
+}
 
 } // namespace platform

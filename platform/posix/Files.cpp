@@ -92,15 +92,16 @@ std::optional<std::string> readToEnd(const FileDescriptor& file) try {
     return std::nullopt;
 }
 
-std::error_code writeAll(const FileDescriptor& file, std::string_view content) {
-    while (!content.empty()) {
-        const auto count = uninterrupted([&] { return ::write(file.get(), content.data(), content.size()); });
-        if (count <= 0) {
-            return count == 0 ? std::make_error_code(std::errc::io_error) : lastError();
+std::error_code copyToEnd(const FileDescriptor& from, const FileDescriptor& to) {
+    std::array<char, 16384> chunk;
+    ssize_t count = 0;
+    while ((count = uninterrupted([&] { return ::read(from.get(), chunk.data(), chunk.size()); })) > 0) {
+        const std::string_view part(chunk.data(), static_cast<std::size_t>(count));
+        if (const std::error_code error = writeAll(to, part)) {
+            return error;
         }
-        content.remove_prefix(static_cast<std::size_t>(count));
     }
-    return {};
+    return count == -1 ? lastError() : std::error_code();
 }
 
 /// A new, short name in the folder that holds `path`. Empty when the system has no randomness.
@@ -299,6 +300,20 @@ std::error_code writeFileAtomically(const char* path, std::string_view content) 
     TemporaryFile file(path, kept ? *kept & (S_IRUSR | S_IWUSR) : 0666);
     const std::error_code error = file.fill(content, kept);
     return error ? error : file.moveTo(path);
+}
+
+std::error_code copyContent(const char* from, const char* to) {
+    const FileDescriptor source(from, O_RDONLY);
+    if (!source.isOpen()) {
+        return lastError();
+    }
+    FileDescriptor target(to, O_WRONLY | O_CREAT | O_TRUNC, 0666);
+    if (!target.isOpen()) {
+        return lastError();
+    }
+    const std::error_code error = copyToEnd(source, target);
+    const std::error_code closing = target.close();
+    return error ? error : closing;
 }
 
 std::error_code syncFile(const char* path) {

@@ -245,6 +245,14 @@ TEST(CopyContentOfFileToFile, FailsForASourceThatIsAFolder) {
     EXPECT_FALSE(copied(folder.path(), folder / "target"));
 }
 
+TEST(CopyContentOfFileToFile, FailsWhenReadingFails) {
+    if (!fs::exists("/proc/self/mem")) {
+        GTEST_SKIP() << "the system has no file whose first byte cannot be read";
+    }
+    const TempFolder folder;
+    EXPECT_FALSE(copied("/proc/self/mem", folder / "target"));
+}
+
 TEST(CopyContentOfFileToFile, FailsWhenTheSourceMayNotBeRead) {
     const TempFolder folder;
     ASSERT_EQ(::chmod(folder.path().c_str(), 0777), 0);

@@ -4,7 +4,6 @@
 #include <filesystem>
 #include <fstream>
 #include <memory>
-#include <optional>
 #include <string>
 #include <vector>
 
@@ -22,6 +21,7 @@
 #include "support/Clock.h"
 #include "support/FileTargetTest.h"
 #include "support/Scopes.h"
+#include "support/WriteCalls.h"
 
 namespace {
 
@@ -34,6 +34,7 @@ using support::readFile;
 using support::ScopedAlarm;
 using support::ScopedFileSizeLimit;
 using support::ScopedTimeZone;
+using support::writeCalls;
 using testing::AllOf;
 using testing::ElementsAre;
 using testing::EndsWith;
@@ -309,19 +310,6 @@ TEST_F(WriteLog, KeepsBytesOfEveryKindInContexts) {
                 EndsWith(" | [INFO] | \xff | \xc3\x28 | \n | \x01 |  |  | \xe2\x82\xac | 4711 | m\n"));
 }
 
-/// How often this process has written so far; nothing where the system does not count.
-std::optional<long> writeCalls() {
-    std::ifstream counters("/proc/self/io");
-    std::string label;
-    long value = 0;
-    while (counters >> label >> value) {
-        if (label == "syscw:") {
-            return value;
-        }
-    }
-    return std::nullopt;
-}
-
 class OneWrite : public WriteLog, public testing::WithParamInterface<std::size_t> {};
 
 TEST_P(OneWrite, TakesALineOfAnyLength) {
@@ -445,6 +433,30 @@ TEST_F(WriteLog, WritesAgainAfterARepeatedRegistrationWhenAWriteFailed) {
     ASSERT_TRUE(enroll());
     write("found");
     EXPECT_EQ(message(), "found");
+}
+
+TEST_F(WriteLog, LosesARecordWhenSomebodyClosedTheStream) {
+    enroll();
+    target.stream.close();
+    write("lost");
+    EXPECT_TRUE(target.stream.bad());
+    EXPECT_EQ(content(), "");
+}
+
+TEST_F(WriteLog, LosesARecordWhenTheStreamCouldNotMove) {
+    enroll();
+    target.logFilePath = home / "missing/test.log";
+    EXPECT_FALSE(target.SetStreamHandle(target.stream));
+    write("lost");
+    EXPECT_EQ(content(), "");
+}
+
+TEST_F(WriteLog, StandsAmongTextsThatOthersInsertIntoTheStream) {
+    enroll();
+    target.stream << "before\n";
+    write("message");
+    target.stream << "after\n";
+    EXPECT_THAT(content(), MatchesRegex("before\n.* \\| message\nafter\n"));
 }
 
 TEST_F(WriteLog, DropsRecordsOnADeviceThatIsFull) {

@@ -400,6 +400,31 @@ TEST(TruncateFile, MakesNoFile) {
     EXPECT_FALSE(entryExists((folder / "missing").c_str()));
 }
 
+TEST(CopyContent, CopiesEveryByte) {
+    const TempFolder folder;
+    std::string content(100000, 'x');
+    content[50000] = '\0';
+    writeFile(folder / "from", content);
+    writeFile(folder / "to", content + "and more");
+    EXPECT_FALSE(copyContent((folder / "from").c_str(), (folder / "to").c_str()));
+    EXPECT_TRUE(support::readFile(folder / "to") == content);
+}
+
+TEST(CopyContent, TellsWhyReadingFailed) {
+    const TempFolder folder;
+    EXPECT_EQ(copyContent("/proc/self/mem", (folder / "to").c_str()), std::errc::io_error);
+    EXPECT_EQ(copyContent(folder.path().c_str(), (folder / "to").c_str()), std::errc::is_a_directory);
+    EXPECT_EQ(copyContent((folder / "missing").c_str(), (folder / "to").c_str()),
+              std::errc::no_such_file_or_directory);
+}
+
+TEST(CopyContent, TellsWhyWritingFailed) {
+    const TempFolder folder;
+    writeFile(folder / "from", "content");
+    EXPECT_EQ(copyContent((folder / "from").c_str(), "/dev/full"), std::errc::no_space_on_device);
+    EXPECT_EQ(copyContent((folder / "from").c_str(), folder.path().c_str()), std::errc::is_a_directory);
+}
+
 TEST(GiveFolder, SetsOwnerGroupAndMode) {
     if (::geteuid() != 0) {
         GTEST_SKIP() << "only root can give a folder away";

@@ -1,0 +1,31 @@
+#include "platform/AppendFile.h"
+
+#include "FileDescriptor.h"
+
+namespace platform {
+
+AppendFile::AppendFile() = default;
+
+AppendFile::~AppendFile() = default;
+
+std::error_code AppendFile::open(const char* path) {
+    close();
+    auto opened = std::make_unique<FileDescriptor>(path, O_WRONLY | O_APPEND);
+    if (!opened->isOpen()) {
+        return lastError();
+    }
+    file = std::move(opened);
+    return {};
+}
+
+void AppendFile::close() { file.reset(); }
+
+std::error_code AppendFile::append(std::string_view bytes) {
+    return file ? writeAll(*file, bytes) : std::make_error_code(std::errc::bad_file_descriptor);
+}
+
+long long AppendFile::seek(long long offset, int whence) {
+    return file ? ::lseek(file->get(), static_cast<off_t>(offset), whence) : -1;
+}
+
+} // namespace platform
