@@ -3,9 +3,9 @@
 #include <cerrno>
 #include <cstddef>
 #include <cstdint>
-#include <optional>
 #include <vector>
 
+#include <sys/sem.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -21,9 +21,13 @@
 namespace support {
 
 struct RefusedCall {
+    struct Argument {
+        std::size_t index; ///< from 0
+        std::uint8_t lowByte;
+    };
+
     long number;
-    /// Only calls whose third argument has this value in its low byte.
-    std::optional<std::uint8_t> thirdArgument = std::nullopt;
+    std::vector<Argument> only = {}; ///< only calls with all these arguments
 };
 
 /// Makes `calls` fail in this process, for good: to be used in a child. False when the machine cannot.
@@ -33,14 +37,15 @@ inline bool refuseCalls([[maybe_unused]] const std::vector<RefusedCall>& calls) 
     std::vector<sock_filter> filter;
     for (const RefusedCall& call : calls) {
         const auto number = static_cast<std::uint32_t>(call.number);
+        auto left = static_cast<std::uint8_t>(3 * call.only.size() + 1);
         filter.push_back(BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr)));
-        if (call.thirdArgument) {
-            filter.push_back(BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, number, 0, 4));
-            filter.push_back(BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, args[2])));
+        filter.push_back(BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, number, 0, left));
+        for (const RefusedCall::Argument& argument : call.only) {
+            left = static_cast<std::uint8_t>(left - 3);
+            const auto place = offsetof(seccomp_data, args) + argument.index * sizeof(std::uint64_t);
+            filter.push_back(BPF_STMT(BPF_LD | BPF_W | BPF_ABS, static_cast<std::uint32_t>(place)));
             filter.push_back(BPF_STMT(BPF_ALU | BPF_AND | BPF_K, 0xff));
-            filter.push_back(BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, *call.thirdArgument, 0, 1));
-        } else {
-            filter.push_back(BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, number, 0, 1));
+            filter.push_back(BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, argument.lowByte, 0, left));
         }
         filter.push_back(BPF_STMT(BPF_RET | BPF_K, refuse));
     }
@@ -71,6 +76,26 @@ inline std::vector<RefusedCall> modeChanges() {
 #endif
 #ifdef SYS_fchmodat2
     calls.push_back({SYS_fchmodat2});
+#endif
+    return calls;
+}
+
+/// Every call that opens or makes a semaphore set. Some machines have one call for everything about them.
+inline std::vector<RefusedCall> semaphoreOpenings() {
+    std::vector<RefusedCall> calls{{SYS_semget}};
+#ifdef SYS_ipc
+    constexpr std::uint8_t semget = 2;
+    calls.push_back({SYS_ipc, {{0, semget}}});
+#endif
+    return calls;
+}
+
+/// Every call that gives a semaphore a value.
+inline std::vector<RefusedCall> semaphoreSettings() {
+    std::vector<RefusedCall> calls{{SYS_semctl, {{2, SETVAL}}}};
+#ifdef SYS_ipc
+    constexpr std::uint8_t semctl = 3;
+    calls.push_back({SYS_ipc, {{0, semctl}, {3, SETVAL}}});
 #endif
     return calls;
 }

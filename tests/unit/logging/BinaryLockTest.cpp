@@ -174,7 +174,7 @@ TEST_F(Lock, StaysClosedWhenNoSetCanBeMade) {
         GTEST_SKIP() << "system calls cannot be made to fail here";
     }
     support::inChild([this] {
-        ASSERT_TRUE(support::refuseCalls({{SYS_semget}}));
+        ASSERT_TRUE(support::refuseCalls(support::semaphoreOpenings()));
         BinaryLock lock;
         EXPECT_FALSE(lock.create(path, logProject));
         EXPECT_EQ(lock.semId, -1);
@@ -186,7 +186,7 @@ TEST_F(Lock, StaysClosedWhenANewSetCannotBeSetFree) {
         GTEST_SKIP() << "system calls cannot be made to fail here";
     }
     support::inChild([this] {
-        ASSERT_TRUE(support::refuseCalls({{SYS_semctl, SETVAL}}));
+        ASSERT_TRUE(support::refuseCalls(support::semaphoreSettings()));
         BinaryLock lock;
         EXPECT_FALSE(lock.create(path, logProject));
         EXPECT_EQ(lock.semId, -1);

@@ -49,7 +49,7 @@ const std::string rule(78, '*');
 
 /// The zone in which it is noon now, so that no date changes during a test.
 std::string zoneWhereItIsNoon() {
-    const long ahead = 12L * 3600 - support::now() % 86400;
+    const long ahead = 12L * 3600 - static_cast<long>(support::now() % 86400);
     const long west = std::labs(ahead);
     std::array<char, 32> zone{};
     std::snprintf(zone.data(), zone.size(), "HCD%s%02ld:%02ld:%02ld", ahead > 0 ? "-" : "+", west / 3600,

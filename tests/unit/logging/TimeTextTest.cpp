@@ -22,7 +22,7 @@ constexpr long day = 86400;
 
 /// The zone in which it is now `secondOfDay` seconds after midnight; `rest` is put after its offset.
 std::string zoneWhereItIs(long secondOfDay, const std::string& rest = "") {
-    const long ahead = secondOfDay - support::now() % day;
+    const long ahead = secondOfDay - static_cast<long>(support::now() % day);
     char zone[64];
     const long west = std::labs(ahead);
     std::snprintf(zone, sizeof zone, "HCD%s%02ld:%02ld:%02ld", ahead > 0 ? "-" : "+", west / 3600,
