@@ -72,26 +72,17 @@ Texts with(Texts lines, std::ptrdiff_t position, const std::string& line) {
     return lines;
 }
 
-/// A machine with an application bundle beside its utilities, or without.
+/// A machine without an application.
 class FactsInTheHeader : public testing::Test {
   protected:
     FactsInTheHeader() {
         host().folders[{FolderDomain::Local, FolderKind::Utilities}] = home / "Applications/Utilities";
     }
 
-    void install(const std::string& entries) const {
-        support::writeFile(bundle + "/Contents/Info.plist",
-                           "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<plist version=\"1.0\">\n<dict>" +
-                               entries + "</dict>\n</plist>\n");
-    }
-
     static Texts lines() { return elmu::headerLines(LogTargetDefault("header").storedHeader); }
 
     LogHome home;
-    const std::string bundle = home / "Applications/Utilities/Korvane Halcyra/HCD/Halcyra.app";
 };
-
-const std::string versionEntry = "<key>CFBundleShortVersionString</key><string>4.3.0</string>";
 
 } // namespace
 
@@ -127,43 +118,6 @@ TEST_F(FactsInTheHeader, StandBetweenRulesOf78Asterisks) {
 }
 
 TEST_F(FactsInTheHeader, MakeSixLinesWithoutAnApplication) { EXPECT_EQ(lines(), ownLines); }
-
-TEST_F(FactsInTheHeader, MakeSevenLinesWithAnApplication) {
-    install(versionEntry);
-    EXPECT_EQ(lines(), with(ownLines, 2, "HCD Version: 4.3.0"));
-}
-
-TEST_F(FactsInTheHeader, NameNoVersionOfAnApplicationWithoutOne) {
-    install("<key>CFBundleName</key><string>Halcyra</string>");
-    EXPECT_EQ(lines(), ownLines);
-}
-
-TEST_F(FactsInTheHeader, NameNoVersionOfAnApplicationWithoutAPropertyList) {
-    fs::create_directories(bundle);
-    EXPECT_EQ(lines(), ownLines);
-}
-
-TEST_F(FactsInTheHeader, NameNoVersionOfAnApplicationWithAnUnreadablePropertyList) {
-    support::writeFile(bundle + "/Contents/Info.plist", "not a property list");
-    EXPECT_EQ(lines(), ownLines);
-}
-
-TEST_F(FactsInTheHeader, NameAnEmptyVersionThatAnApplicationHas) {
-    install("<key>CFBundleShortVersionString</key><string></string>");
-    EXPECT_EQ(lines(), with(ownLines, 2, "HCD Version: "));
-}
-
-TEST_F(FactsInTheHeader, NameNoVersionWithoutAFolderOfUtilities) {
-    install(versionEntry);
-    host().folders.clear();
-    EXPECT_EQ(lines(), ownLines);
-}
-
-TEST_F(FactsInTheHeader, NameNoVersionOfAnApplicationElsewhere) {
-    support::writeFile(home / "Applications/Utilities/HCD/Halcyra.app/Contents/Info.plist",
-                       "<plist version=\"1.0\"><dict>" + versionEntry + "</dict></plist>");
-    EXPECT_EQ(lines(), ownLines);
-}
 
 TEST_F(FactsInTheHeader, NameTheSystemAndItsVersion) {
     host().systemVersion = platform::SystemVersion{11, 0, 0};
@@ -214,19 +168,17 @@ TEST_F(FactsInTheHeader, AreThoseOfTheTimeWhenTheTargetWasMade) {
     const LogTargetDefault target("header");
     host().preferredLanguages = {"ja"};
     host().systemVersion = platform::SystemVersion{11, 0, 0};
-    install(versionEntry);
     EXPECT_EQ(elmu::headerLines(target.storedHeader), ownLines);
 }
 
 TEST_F(FactsInTheHeader, AreWhatTheMachineSays) {
-    install(versionEntry);
     host().preferredLanguages = {"sv"};
     const elmu::HeaderFacts facts = elmu::currentHeaderFacts();
     EXPECT_EQ(facts.osName, "Mac OS 10.15.7");
     EXPECT_EQ(facts.osVersion, "10.15.7");
     EXPECT_EQ(facts.osLocale, "sv_SE");
     EXPECT_EQ(facts.bits, "64");
-    EXPECT_EQ(facts.productVersion, "4.3.0");
+    EXPECT_EQ(facts.productVersion, std::nullopt);
 }
 
 TEST(HeaderFromFacts, HasALabelForEachFact) {
