@@ -4,9 +4,12 @@
 #include <cerrno>
 #include <chrono>
 #include <csignal>
+#include <filesystem>
 #include <functional>
 #include <iostream>
+#include <iterator>
 #include <map>
+#include <sstream>
 #include <string>
 #include <utility>
 #include <vector>
@@ -28,20 +31,31 @@ inline constexpr std::chrono::seconds childDeadline{120};
 /// What makes a program play a role instead of running its tests.
 inline constexpr const char* roleOption = "--role";
 
+/// What starts this program again: its file, after the emulator that runs it where there is one. An emulator
+/// does not run what its program executes.
+inline std::vector<std::string> ownCommand() {
+    std::istringstream emulator(HCD_TEST_EMULATOR);
+    std::vector<std::string> command{std::istream_iterator<std::string>(emulator), {}};
+    command.push_back(std::filesystem::read_symlink("/proc/self/exe").string());
+    return command;
+}
+
 class Child {
   public:
     /// Starts a child in the role and with the arguments given.
-    explicit Child(std::vector<std::string> roleAndArguments) {
+    explicit Child(const std::vector<std::string>& roleAndArguments) {
         int orders[2];
         int answers[2];
         EXPECT_EQ(::pipe2(orders, O_CLOEXEC), 0);
         EXPECT_EQ(::pipe2(answers, O_CLOEXEC), 0);
-        roleAndArguments.insert(roleAndArguments.begin(), {"/proc/self/exe", roleOption});
+        std::vector<std::string> command = ownCommand();
+        command.emplace_back(roleOption);
+        command.insert(command.end(), roleAndArguments.begin(), roleAndArguments.end());
         process = ::fork();
         if (process == 0) {
             ::dup2(orders[0], STDIN_FILENO);
             ::dup2(answers[1], STDOUT_FILENO);
-            execute(roleAndArguments);
+            execute(command);
         }
         EXPECT_NE(process, -1);
         ::close(orders[0]);
@@ -125,7 +139,7 @@ class Child {
             pointers.push_back(argument.data());
         }
         pointers.push_back(nullptr);
-        ::execv(pointers[0], pointers.data());
+        ::execvp(pointers[0], pointers.data());
         ::_exit(127);
     }
 

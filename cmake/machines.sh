@@ -1,0 +1,42 @@
+#!/usr/bin/env bash
+# Builds the unit and process tests for each kind of machine that is named, or for all, runs them, and ends with a line
+# for each kind. The counts are those of the reports that the test programs write themselves. A kind fails when a test
+# fails, when none ran, and, where CI is set, when one was skipped.
+# usage: cmake/machines.sh [KIND...]
+set -euo pipefail
+
+kinds=(i386 x86-64 aarch64 libcxx)
+[ $# -gt 0 ] && kinds=("$@")
+
+run() { # run KIND
+    local folder=build/machines/$1
+    [ -f "cmake/toolchains/$1.cmake" ] || { echo "There is no kind of machine called $1." >&2; return 1; }
+    mkdir -p "$folder"
+    rm -rf "$folder/reports"
+    cmake --preset "$1" >"$folder/configure.log" 2>&1 || { cat "$folder/configure.log" >&2; return 1; }
+    cmake --build --preset "$1" && ctest --preset "$1" --parallel "$(nproc)"
+}
+
+sum() { # sum PATTERN: of the numbers that the first group finds in the reports read
+    sed -nE "s/$1/\1/p" | awk '{ total += $1 } END { print total + 0 }'
+}
+
+tell() { # tell KIND: counts and prints; false when there is nothing to be content with
+    local reports tests failed skipped
+    reports=$(cat "build/machines/$1/reports/"*.xml 2>/dev/null || true)
+    tests=$(sum '^<testsuites tests="([0-9]+)".*' <<<"$reports")
+    failed=$(sum '^<testsuites .* failures="([0-9]+)".*' <<<"$reports")
+    skipped=$(grep -c '<testcase .* result="skipped"' <<<"$reports" || true)
+    printf '%-8s %5d passed, %d failed, %d skipped\n' "$1" $((tests - failed - skipped)) "$failed" "$skipped"
+    [ "$tests" -gt 0 ] && [ "$failed" -eq 0 ] && { [ "${CI-}" != true ] || [ "$skipped" -eq 0 ]; }
+}
+
+bad=()
+for kind in "${kinds[@]}"; do
+    run "$kind" || bad+=("$kind")
+done
+echo
+for kind in "${kinds[@]}"; do
+    tell "$kind" || bad+=("$kind")
+done
+[ ${#bad[@]} -eq 0 ]
