@@ -348,8 +348,7 @@ std::optional<FileTail> fileTail(const char* path, std::size_t most) {
     if (!file.isOpen() || ::fstat(file.get(), &status) == -1) {
         return std::nullopt;
     }
-    const auto size = static_cast<std::size_t>(status.st_size);
-    const auto start = static_cast<off_t>(size - std::min(size, most));
+    const auto start = status.st_size - std::min(status.st_size, static_cast<off_t>(most));
     if (::lseek(file.get(), start, SEEK_SET) == -1) {
         return std::nullopt;
     }

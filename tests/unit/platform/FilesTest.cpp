@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <filesystem>
+#include <fstream>
 
 #include <fcntl.h>
 #include <gmock/gmock.h>
@@ -377,6 +378,16 @@ TEST(FileTail, IsTheLastBytesOrAllOfAShorterFile) {
     EXPECT_EQ(fileTail(file.c_str(), 100)->text.size(), 7u);
     EXPECT_EQ(fileTail(file.c_str(), 0)->text, "");
     EXPECT_EQ(fileTail(file.c_str(), 3)->fileSize, 7);
+}
+
+TEST(FileTail, IsTheLastBytesOfAFileOfMoreThanFourGigabytes) {
+    const TempFolder folder;
+    const std::string file = folder / "file";
+    writeFile(file, "");
+    fs::resize_file(file, 5368709120);
+    std::ofstream(file, std::ios::app) << "end";
+    EXPECT_EQ(fileTail(file.c_str(), 3)->text, "end");
+    EXPECT_EQ(fileTail(file.c_str(), 3)->fileSize, 5368709123);
 }
 
 TEST(FileTail, IsNothingForWhatIsNoRegularFile) {
