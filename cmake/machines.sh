@@ -4,6 +4,7 @@
 # fails, when none ran, and, where CI is set, when one was skipped.
 # usage: cmake/machines.sh [KIND...]
 set -euo pipefail
+shopt -s nullglob
 
 kinds=(i386 x86-64 aarch64 libcxx)
 [ $# -gt 0 ] && kinds=("$@")
@@ -17,16 +18,17 @@ run() { # run KIND
     cmake --build --preset "$1" && ctest --preset "$1" --parallel "$(nproc)"
 }
 
-sum() { # sum PATTERN: of the numbers that the first group finds in the reports read
-    sed -nE "s/$1/\1/p" | awk '{ total += $1 } END { print total + 0 }'
+# Reports hold bytes of every kind, which only the locale C takes.
+sum() { # sum PATTERN FILE...: of the numbers that the pattern's group finds
+    LC_ALL=C sed -nE "s/$1/\1/p" "${@:2}" | awk '{ total += $1 } END { print total + 0 }'
 }
 
 tell() { # tell KIND: counts and prints; false when there is nothing to be content with
-    local reports tests failed skipped
-    reports=$(cat "build/machines/$1/reports/"*.xml 2>/dev/null || true)
-    tests=$(sum '^<testsuites tests="([0-9]+)".*' <<<"$reports")
-    failed=$(sum '^<testsuites .* failures="([0-9]+)".*' <<<"$reports")
-    skipped=$(grep -c '<testcase .* result="skipped"' <<<"$reports" || true)
+    local reports=("build/machines/$1/reports/"*.xml) tests failed skipped
+    [ ${#reports[@]} -gt 0 ] || { printf '%-8s ran no test\n' "$1"; return 1; }
+    tests=$(sum '^<testsuites tests="([0-9]+)".*' "${reports[@]}")
+    failed=$(sum '^<testsuites .* failures="([0-9]+)".*' "${reports[@]}")
+    skipped=$(cat "${reports[@]}" | LC_ALL=C grep --text -c '<testcase .* result="skipped"' || true)
     printf '%-8s %5d passed, %d failed, %d skipped\n' "$1" $((tests - failed - skipped)) "$failed" "$skipped"
     [ "$tests" -gt 0 ] && [ "$failed" -eq 0 ] && { [ "${CI-}" != true ] || [ "$skipped" -eq 0 ]; }
 }
