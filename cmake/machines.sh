@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Builds the unit and process tests for each kind of machine that is named, or for all, runs them, and ends with a line
 # for each kind. The counts are those of the reports that the test programs write themselves. A kind fails when a test
-# fails, when none ran, and, where CI is set, when one was skipped.
+# fails, when none ran, and, where CI is true, when one was skipped.
 # usage: cmake/machines.sh [KIND...]
 set -euo pipefail
 shopt -s nullglob
@@ -41,4 +41,4 @@ echo
 for kind in "${kinds[@]}"; do
     tell "$kind" || bad+=("$kind")
 done
-[ ${#bad[@]} -eq 0 ]
+[ ${#bad[@]} -eq 0 ] || { echo "Not as it should be: ${bad[*]}" >&2; exit 1; }

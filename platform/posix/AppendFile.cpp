@@ -1,5 +1,7 @@
 #include "platform/AppendFile.h"
 
+#include <new>
+
 #include "FileDescriptor.h"
 
 namespace platform {
@@ -10,7 +12,10 @@ AppendFile::~AppendFile() = default;
 
 std::error_code AppendFile::open(const char* path) {
     close();
-    auto opened = std::make_unique<FileDescriptor>(path, O_WRONLY | O_APPEND);
+    std::unique_ptr<FileDescriptor> opened(new (std::nothrow) FileDescriptor(path, O_WRONLY | O_APPEND));
+    if (!opened) {
+        return std::make_error_code(std::errc::not_enough_memory);
+    }
     if (!opened->isOpen()) {
         return lastError();
     }
