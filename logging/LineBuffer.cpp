@@ -3,6 +3,8 @@
 #include <cstdio>
 #include <string_view>
 
+#include "platform/AppendFile.h"
+
 namespace elmu {
 
 namespace {
@@ -16,12 +18,16 @@ int whenceOf(std::ios_base::seekdir direction) {
 
 } // namespace
 
-bool LineBuffer::open(const std::string& path) { return !file.open(path.c_str()); }
+LineBuffer::LineBuffer() : file(std::make_unique<platform::AppendFile>()) {}
 
-void LineBuffer::close() { file.close(); }
+LineBuffer::~LineBuffer() = default;
+
+bool LineBuffer::open(const std::string& path) { return !file->open(path.c_str()); }
+
+void LineBuffer::close() { file->close(); }
 
 std::streamsize LineBuffer::xsputn(const char* text, std::streamsize count) {
-    return file.append(std::string_view(text, static_cast<std::size_t>(count))) ? 0 : count;
+    return file->append(std::string_view(text, static_cast<std::size_t>(count))) ? 0 : count;
 }
 
 LineBuffer::int_type LineBuffer::overflow(int_type character) {
@@ -34,7 +40,7 @@ LineBuffer::int_type LineBuffer::overflow(int_type character) {
 
 LineBuffer::pos_type LineBuffer::seekoff(off_type offset, std::ios_base::seekdir direction,
                                          std::ios_base::openmode /*which*/) {
-    return pos_type(file.seek(offset, whenceOf(direction)));
+    return pos_type(file->seek(offset, whenceOf(direction)));
 }
 
 LineBuffer::pos_type LineBuffer::seekpos(pos_type position, std::ios_base::openmode which) {

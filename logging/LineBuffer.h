@@ -1,9 +1,12 @@
 #pragma once
 
+#include <memory>
 #include <streambuf>
 #include <string>
 
-#include "platform/AppendFile.h"
+namespace platform {
+class AppendFile;
+}
 
 namespace elmu {
 
@@ -12,6 +15,9 @@ namespace elmu {
 /// text goes to the end of the file as one write, or is lost.
 class LineBuffer : public std::streambuf {
   public:
+    LineBuffer();
+    ~LineBuffer() override;
+
     /// Opens the existing file `path` in place of the one that is open. False when it cannot be opened.
     bool open(const std::string& path);
 
@@ -25,7 +31,7 @@ class LineBuffer : public std::streambuf {
     pos_type seekpos(pos_type position, std::ios_base::openmode which) override;
 
   private:
-    platform::AppendFile file;
+    std::unique_ptr<platform::AppendFile> file;
 };
 
 } // namespace elmu
