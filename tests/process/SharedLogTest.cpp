@@ -104,13 +104,16 @@ bool isSpokenTo() {
     return ::poll(&orders, 1, 0) > 0;
 }
 
-/// Writes until it is told to stop, and says how many records it wrote: FOLDER WRITER.
+/// So many records of four writers leave the log below the size at which it is rotated.
+constexpr int mostSteadyRecords = 20000;
+
+/// Writes until it is told to stop, or has written enough, and says how many records it wrote: FOLDER WRITER.
 const support::KnownRole writesUntilTold("steady-writer", [](const std::vector<std::string>& arguments) {
     useHome(arguments.at(0));
     Writer writer(std::stoi(arguments.at(1)), Length::Short);
     support::answer(writer.enroll(arguments.at(0)) ? "ready" : "refused");
     int records = 0;
-    while (!isSpokenTo()) {
+    while (records < mostSteadyRecords && !isSpokenTo()) {
         writer.write(records++);
     }
     if (!support::wasTold("stop")) {
