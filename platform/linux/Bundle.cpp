@@ -4,9 +4,8 @@
 
 #include <unistd.h>
 
-#include "HostRules.h"
+#include "../posix/PlaceRules.h"
 #include "platform/Files.h"
-#include "platform/Paths.h"
 
 namespace platform {
 
@@ -24,17 +23,6 @@ std::optional<std::string> linkText(const char* path) {
 }
 
 } // namespace
-
-std::string bundleOfExecutable(std::string_view executable) {
-    const std::string folder = deletingLastPathComponent(executable);
-    const std::string contents = deletingLastPathComponent(folder);
-    const std::string bundle = deletingLastPathComponent(contents);
-    const std::string bundleName = lastPathComponent(bundle);
-    const bool isInBundle = lastPathComponent(folder) == "MacOS" &&
-                            lastPathComponent(contents) == "Contents" && bundleName.ends_with(".app") &&
-                            bundleName != ".app";
-    return isInBundle ? bundle : folder;
-}
 
 std::string executablePath() {
     // The kernel marks the path of a program whose file was removed or replaced since it started.

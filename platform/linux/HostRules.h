@@ -28,14 +28,7 @@ std::string localeIdentifierFrom(const LanguageVariables& variables);
 /// Up to three numbers, joined by dots, that a kernel's release name begins with.
 SystemVersion versionFromRelease(std::string_view release);
 
-/// The bundle "X.app" of "X.app/Contents/MacOS/NAME", the folder of any other program.
-std::string bundleOfExecutable(std::string_view executable);
-
 /// Whether a login session of this class is a person's, and no login screen or service.
 bool isPersonsSession(std::string_view sessionClass);
-
-/// The home folder that the environment or a user's record names, without trailing slashes. Empty unless
-/// the path is absolute.
-std::string homeNamed(std::string_view path);
 
 } // namespace platform

@@ -4,22 +4,13 @@
 #include <array>
 #include <charconv>
 
-#include <sys/utsname.h>
 #include <unistd.h>
 
+#include "../posix/SystemNames.h"
 #include "HostRules.h"
 #include "platform/Files.h"
 
 namespace platform {
-
-namespace {
-
-std::optional<utsname> systemNames() {
-    utsname names = {};
-    return ::uname(&names) == 0 ? std::optional(names) : std::nullopt;
-}
-
-} // namespace
 
 SystemVersion versionFromRelease(std::string_view release) {
     std::array<long, 3> numbers = {};
@@ -49,11 +40,6 @@ std::optional<std::int32_t> olderVersionNumber(VersionPart part) {
     const SystemVersion version = versionFromRelease(*release);
     const std::array<long, 3> numbers = {version.majorNumber, version.minorNumber, version.patchNumber};
     return static_cast<std::int32_t>(numbers[static_cast<std::size_t>(part)]);
-}
-
-std::optional<std::string> machineName() {
-    const auto names = systemNames();
-    return names ? std::optional<std::string>(names->machine) : std::nullopt;
 }
 
 std::int32_t threadId() { return static_cast<std::int32_t>(::gettid()); }

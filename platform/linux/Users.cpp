@@ -10,6 +10,7 @@
 #include <systemd/sd-login.h>
 #include <unistd.h>
 
+#include "../posix/PlaceRules.h"
 #include "HostRules.h"
 
 namespace platform {
@@ -72,23 +73,11 @@ std::string homeFromEnvironment() {
 
 bool isPersonsSession(std::string_view sessionClass) { return sessionClass.starts_with("user"); }
 
-std::string homeNamed(std::string_view path) {
-    if (!path.starts_with('/')) {
-        return {};
-    }
-    const std::size_t last = path.find_last_not_of('/');
-    return last == std::string_view::npos ? "/" : std::string(path.substr(0, last + 1));
-}
-
 std::optional<ConsoleUser> consoleUser() {
     const auto uid = activeUser();
     const auto account = uid ? accountOf(*uid) : std::nullopt;
     return account ? std::optional(ConsoleUser{account->name, *uid, account->group}) : std::nullopt;
 }
-
-uid_t effectiveUser() { return ::geteuid(); }
-
-bool setEffectiveUser(uid_t uid) { return ::seteuid(uid) == 0; }
 
 std::string homeFolder() {
     std::string ownHome = homeFromEnvironment();

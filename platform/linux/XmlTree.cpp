@@ -5,11 +5,11 @@
 #include <memory>
 #include <string_view>
 
-#include <libxml/SAX2.h>
 #include <libxml/parser.h>
-#include <libxml/parserInternals.h>
 #include <libxml/tree.h>
 #include <libxml/xmlsave.h>
+
+#include "../posix/XmlRules.h"
 
 namespace platform {
 
@@ -74,45 +74,9 @@ void detachHeldElements(xmlNode* top) {
     }
 }
 
-// ---- Text
-
-/// Whether `text` is UTF-8 and `isAllowed` holds for each of its characters.
-template <typename Predicate> bool hasOnly(std::string_view text, Predicate isAllowed) {
-    const auto* next = reinterpret_cast<const xmlChar*>(text.data());
-    for (auto left = static_cast<int>(std::min<std::size_t>(text.size(), INT_MAX)); left > 0;) {
-        int length = left;
-        const int character = xmlGetUTF8Char(next, &length);
-        const int shortest = character < 0x80 ? 1 : character < 0x800 ? 2 : character < 0x10000 ? 3 : 4;
-        if (character < 0 || length != shortest || !isAllowed(character)) {
-            return false;
-        }
-        next += length;
-        left -= length;
-    }
-    return true;
-}
-
-bool isUtf8(std::string_view text) {
-    return hasOnly(text, [](int character) {
-        return character < 0xD800 || (character > 0xDFFF && character <= 0x10FFFF);
-    });
-}
-
-/// Whether `text` is UTF-8 and has only characters that XML allows.
-bool isXmlText(std::string_view text) {
-    return hasOnly(text, [](int character) { return xmlIsCharQ(static_cast<unsigned>(character)) != 0; });
-}
-
 // ---- Parsing
 
-/// Declares an entity for use in content. Entities for use within the document type do nothing for a small
-/// document, and the parser sets no limit to what they expand to: they stay unknown.
-void declareEntity(void* context, const xmlChar* name, int type, const xmlChar* publicId,
-                   const xmlChar* systemId, xmlChar* content) {
-    if (type != XML_INTERNAL_PARAMETER_ENTITY && type != XML_EXTERNAL_PARAMETER_ENTITY) {
-        xmlSAX2EntityDecl(context, name, type, publicId, systemId, content);
-    }
-}
+void ignoreReport(void* /*context*/, const char* /*format*/, ...) {}
 
 /// The well-formed document that `text` holds. Nothing is written anywhere, nothing else is read.
 Document parsed(xmlParserCtxt* context, std::string_view text) {
@@ -121,7 +85,7 @@ Document parsed(xmlParserCtxt* context, std::string_view text) {
     if (!context || text.size() > INT_MAX) {
         return nullptr;
     }
-    context->sax->entityDecl = &declareEntity;
+    context->vctxt.error = &ignoreReport; // of an "xml:id" that is no name, whatever the options
     return Document(
         xmlCtxtReadMemory(context, text.data(), static_cast<int>(text.size()), nullptr, "UTF-8", options));
 }
@@ -133,18 +97,7 @@ std::string lastErrorOf(xmlParserCtxt* context) {
     return last == std::string::npos ? "The text is no XML document" : text.substr(0, last + 1);
 }
 
-/// Whether the document's own entities could make it grow out of hand. The parser lets one entity be no
-/// more than some ten times as long as the text; references to it are not counted.
-bool mayExpandBeyondMeasure(const xmlDoc* document, std::string_view text) {
-    constexpr std::size_t longestExpansion = 10'000'000;
-    const auto references = static_cast<std::size_t>(std::count(text.begin(), text.end(), '&'));
-    return document->intSubset && document->intSubset->entities &&
-           references > longestExpansion / text.size();
-}
-
 // ---- Building
-
-bool isXmlName(const std::string& name) { return isXmlText(name) && xmlValidateName(xmlText(name), 0) == 0; }
 
 std::string qualifiedName(const xmlNs* space, const xmlChar* name) {
     const std::string prefix(plainText(space ? space->prefix : nullptr));
@@ -234,13 +187,13 @@ XmlParseResult parseXml(const char* text) {
     if (!isUtf8(whole)) {
         return {nullptr, "The text is not UTF-8", true};
     }
+    if (mayExpandBeyondMeasure(whole)) {
+        return {nullptr, "The document's entities expand too much", false};
+    }
     const Context context(xmlNewParserCtxt());
     Document document = parsed(context.get(), whole);
     if (!document) {
         return {nullptr, lastErrorOf(context.get()), false};
-    }
-    if (mayExpandBeyondMeasure(document.get(), whole)) {
-        return {nullptr, "The document's entities expand too much", false};
     }
     dropBlankTexts(document.get());
     return {document.release(), std::nullopt, false};

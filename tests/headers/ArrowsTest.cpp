@@ -35,10 +35,12 @@ std::vector<Include> projectIncludes() {
     return includes;
 }
 
-/// The room that an include names; one that names none means a file beside it.
+/// The room that an include names; one that names none means a file beside it, or the sources that hosts
+/// share.
 std::string roomOf(const Include& include) {
     const auto slash = include.header.find('/');
-    return slash == std::string::npos ? include.room : include.header.substr(0, slash);
+    const bool isBeside = slash == std::string::npos || include.header.starts_with("../posix/");
+    return isBeside ? include.room : include.header.substr(0, slash);
 }
 
 bool isFront(const std::string& path) {

@@ -7,12 +7,16 @@
 
 #include <gmock/gmock.h>
 #include <libxml/globals.h>
-#include <sys/inotify.h>
 #include <sys/resource.h>
 #include <unistd.h>
 
+#ifdef __linux__
+#include <sys/inotify.h>
+#endif
+
 #include "Child.h"
 #include "support/TempFolder.h"
+#include "support/XmlText.h"
 
 using namespace platform;
 using testing::EndsWith;
@@ -22,7 +26,9 @@ using testing::StartsWith;
 
 namespace {
 
-const std::string declaration = "<?xml version=\"1.0\" encoding=\"UTF-8\" standalone=\"no\"?>\n";
+const std::string declarationStart =
+    "<?xml version=\"1.0\" encoding=\"" + support::encodingName + "\" standalone=";
+const std::string declaration = declarationStart + "\"no\"?>\n";
 
 /// Handles that are released at the end, in the order in which they were handed over.
 class Held {
@@ -109,6 +115,7 @@ const std::vector<std::string> bombs = {
     withEntities("<!ENTITY e '&f;'><!ENTITY f '&e;'>", "<a b='&e;'/>"),
 };
 
+#ifdef __linux__
 /// Sees whether anybody opens a file.
 class OpeningWatch {
   public:
@@ -127,6 +134,7 @@ class OpeningWatch {
   private:
     int watch;
 };
+#endif
 
 } // namespace
 
@@ -191,7 +199,8 @@ TEST(ParseXml, TellsWhatIsWrong) {
 TEST(ParseXml, WritesNothingToTheStandardStreams) {
     testing::internal::CaptureStdout();
     testing::internal::CaptureStderr();
-    for (const std::string text : {"", "<a></b>", "<a>\xFF</a>", "<x:a/>", "<?xml version='1.1'?><a/>"}) {
+    for (const std::string text : {"", "<a></b>", "<a>\xFF</a>", "<x:a/>", "<?xml version='1.1'?><a/>",
+                                   "<a xml:id='1'/>", "<a xml:space='x'/>"}) {
         refusalOf(text);
     }
     EXPECT_EQ(createXmlElement("\xFF", "\xFF"), nullptr);
@@ -228,6 +237,7 @@ TEST(ParseXml, AcceptsEntitiesOfTheDocument) {
                 StartsWith(declaration));
 }
 
+#ifdef __linux__
 TEST(ParseXml, NeverOpensAnExternalEntity) {
     const support::TempFolder folder;
     support::writeFile(folder / "file", "<secret/>");
@@ -251,6 +261,7 @@ TEST(ParseXml, NeverOpensAnExternalEntity) {
         releaseXml(result.document);
     }
 }
+#endif
 
 TEST(ParseXml, RefusesEntitiesThatExpandWithoutMeasure) {
     for (const std::string& bomb : bombs) {
@@ -479,7 +490,7 @@ TEST(PrintXml, PrintsCommentsAndInstructions) {
 
 TEST(PrintXml, KeepsAStandaloneDeclaration) {
     EXPECT_EQ(reprinted("<?xml version='1.0' standalone='yes'?><a/>"),
-              "<?xml version=\"1.0\" encoding=\"UTF-8\" standalone=\"yes\"?>\n<a></a>");
+              declarationStart + "\"yes\"?>\n<a></a>");
     EXPECT_EQ(reprinted("<?xml version='1.0' standalone='no'?><a/>"), declaration + "<a></a>");
     EXPECT_EQ(reprinted("<?xml version='1.0'?><a/>"), declaration + "<a></a>");
 }
