@@ -4,7 +4,15 @@
 include(CMakePackageConfigHelpers)
 
 install(TARGETS HCDCustomHook RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}")
-install(TARGETS platform platform_host elmu_front elmu_utils elmu_logging EXPORT HCDCustomHookTargets
+if(TARGET standin) # a build for tests: its libraries are of no use to others
+    return()
+endif()
+
+set(libraries platform platform_host elmu_front elmu_utils elmu_logging)
+if(TARGET foundation)
+    list(APPEND libraries foundation)
+endif()
+install(TARGETS ${libraries} EXPORT HCDCustomHookTargets
         ARCHIVE DESTINATION "${CMAKE_INSTALL_LIBDIR}")
 install(EXPORT HCDCustomHookTargets NAMESPACE hcd:: DESTINATION "${CMAKE_INSTALL_LIBDIR}/cmake/HCDCustomHook")
 

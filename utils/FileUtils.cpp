@@ -80,7 +80,8 @@ std::string FileUtils::GetExistentParentDirectory(std::string path) {
     path = path.c_str();
     while (!path.empty() && !PathExists(path, nullptr)) {
         std::string copy = path;
-        path = ::dirname(copy.data());
+        const char* const parent = ::dirname(copy.data());
+        path = parent ? parent : ""; // some systems refuse a long path
     }
     return path;
 }
