@@ -75,6 +75,7 @@ fill_log() {
 
 prepare_disk() {
     mkdir -p "$disk"/Library "$disk$home"
+    seed /etc/passwd <<<"root:x:0:0:System Administrator:$home:/bin/sh"
     install_application
     fill_cache
     [[ ${HCD_FILL_LOG-} != 1 ]] || fill_log

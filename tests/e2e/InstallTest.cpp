@@ -18,6 +18,12 @@ TEST_F(Install, MakesTheWholeChainOfFoldersAndTheManifest) {
     EXPECT_EQ(machine.read(Manifest), manifestText());
 }
 
+TEST_F(Install, DoesItsJobWithAnEnvironmentThatIsNoText) {
+    machine.setEnvironment("ODD", "\xff\xfe");
+    install();
+    EXPECT_EQ(machine.read(Manifest), manifestText());
+}
+
 TEST_F(Install, LeavesNothingButTheManifestInItsFolder) {
     install();
     EXPECT_THAT(machine.namesIn(SpecifierFolder), ElementsAre("halcyra.xml"));

@@ -2,6 +2,9 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <regex>
+
+#include "support/XmlText.h"
 
 namespace fs = std::filesystem;
 
@@ -14,7 +17,8 @@ const int NoMachine = 69;
 } // namespace
 
 std::string manifestText(const std::string& application) {
-    return "<?xml version=\"1.0\" encoding=\"UTF-8\" standalone=\"no\"?>\n"
+    return "<?xml version=\"1.0\" encoding=\"" + support::encodingName +
+           "\" standalone=\"no\"?>\n"
            "<SpecifierManifest Version=\"1.0\">\n"
            "    <Name>halcyra</Name>\n"
            "    <Version>4.3.0</Version>\n"
@@ -39,9 +43,25 @@ void Machine::add(const std::vector<std::string>& more) {
 
 void Machine::setEnvironment(const std::string& name, const std::string& value) {
     add({"--setenv", name, value});
+    home = name == "HOME" ? value : home;
 }
 
-void Machine::unsetEnvironment(const std::string& name) { add({"--unsetenv", name}); }
+void Machine::unsetEnvironment(const std::string& name) {
+    add({"--unsetenv", name});
+    home = name == "HOME" ? "" : home;
+}
+
+std::vector<std::string> Machine::optionsForHome() const {
+    if (!HCD_HOME_IS_ON_RECORD || !home.starts_with('/')) {
+        return {};
+    }
+    const std::string users =
+        has("/etc/passwd") ? read("/etc/passwd") : "root:x:0:0:System Administrator:/var/root:/bin/sh\n";
+    support::writeFile(
+        place / "passwd",
+        std::regex_replace(users, std::regex("(^|\n)(root:[^:]*:0:0:[^:]*:)[^:]*"), "$1$2" + home));
+    return {"--ro-bind", place / "passwd", "/etc/passwd"};
+}
 
 void Machine::makeReadOnly(const std::string& path) {
     if (!has(path)) {
@@ -63,7 +83,9 @@ void Machine::refuse(const CallNumbers& calls, int error) {
 
 Outcome Machine::run(const std::vector<std::string>& command) const {
     std::vector<std::string> all = {HCD_MACHINE, disk};
+    const std::vector<std::string> homeOptions = optionsForHome();
     all.insert(all.end(), options.begin(), options.end());
+    all.insert(all.end(), homeOptions.begin(), homeOptions.end());
     all.emplace_back("--");
     all.insert(all.end(), command.begin(), command.end());
     return runCommand(all, {searchPath()}, place, filter);

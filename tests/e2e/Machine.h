@@ -73,8 +73,12 @@ class Machine {
     std::vector<std::string> namesIn(const std::string& path) const;
 
   private:
+    /// What makes HOME the home on record as well, for a host that looks for it there.
+    std::vector<std::string> optionsForHome() const;
+
     support::TempFolder place;
     std::string disk;
+    std::string home;
     std::vector<std::string> options;
     std::string filter = "/dev/null";
 };

@@ -4,6 +4,7 @@
 #include <cerrno>
 #include <chrono>
 #include <csignal>
+#include <cstdint>
 #include <filesystem>
 #include <functional>
 #include <iostream>
@@ -21,6 +22,10 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#ifdef __APPLE__
+#include <mach-o/dyld.h>
+#endif
+
 /// Other processes: this same program executed again, in a role. A child reads orders from its standard input
 /// and answers on its standard output, a line each.
 namespace support {
@@ -31,13 +36,33 @@ inline constexpr std::chrono::seconds childDeadline{120};
 /// What makes a program play a role instead of running its tests.
 inline constexpr const char* roleOption = "--role";
 
+/// The file of the running program.
+inline std::string ownProgram() {
+#ifdef __APPLE__
+    char path[4096] = {};
+    std::uint32_t size = sizeof path;
+    EXPECT_EQ(::_NSGetExecutablePath(path, &size), 0);
+    return path;
+#else
+    return std::filesystem::read_symlink("/proc/self/exe").string();
+#endif
+}
+
 /// What starts this program again: its file, after the emulator that runs it where there is one. An emulator
 /// does not run what its program executes.
 inline std::vector<std::string> ownCommand() {
     std::istringstream emulator(HCD_TEST_EMULATOR);
     std::vector<std::string> command{std::istream_iterator<std::string>(emulator), {}};
-    command.push_back(std::filesystem::read_symlink("/proc/self/exe").string());
+    command.push_back(ownProgram());
     return command;
+}
+
+/// Opens a pipe of which no program that is started gets anything.
+inline void openPipe(int (&ends)[2]) {
+    EXPECT_EQ(::pipe(ends), 0);
+    for (const int end : ends) {
+        EXPECT_EQ(::fcntl(end, F_SETFD, FD_CLOEXEC), 0);
+    }
 }
 
 class Child {
@@ -46,8 +71,8 @@ class Child {
     explicit Child(const std::vector<std::string>& roleAndArguments) {
         int orders[2];
         int answers[2];
-        EXPECT_EQ(::pipe2(orders, O_CLOEXEC), 0);
-        EXPECT_EQ(::pipe2(answers, O_CLOEXEC), 0);
+        openPipe(orders);
+        openPipe(answers);
         std::vector<std::string> command = ownCommand();
         command.emplace_back(roleOption);
         command.insert(command.end(), roleAndArguments.begin(), roleAndArguments.end());

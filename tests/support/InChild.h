@@ -41,8 +41,8 @@ inline void becomeOrdinaryUser() {
         return;
     }
     ASSERT_EQ(::setgroups(0, nullptr), 0);
-    ASSERT_EQ(::setresgid(ordinaryUser, ordinaryUser, ordinaryUser), 0);
-    ASSERT_EQ(::setresuid(ordinaryUser, ordinaryUser, ordinaryUser), 0);
+    ASSERT_EQ(::setgid(ordinaryUser), 0);
+    ASSERT_EQ(::setuid(ordinaryUser), 0);
 }
 
 /// Runs `body` in a child that is bound by permissions.
@@ -58,7 +58,11 @@ inline void asOrdinaryUser(const std::function<void()>& body) {
 /// Makes `folder` the root folder of this process, for good: to be used in a child. False when the machine
 /// does not allow it.
 inline bool enterRootOfItsOwn(const std::string& folder) {
+#ifdef CLONE_NEWUSER
     const bool mayChangeRoot = ::geteuid() == 0 || ::unshare(CLONE_NEWUSER) == 0;
+#else
+    const bool mayChangeRoot = ::geteuid() == 0;
+#endif
     return mayChangeRoot && ::chroot(folder.c_str()) == 0 && ::chdir("/") == 0;
 }
 

@@ -37,6 +37,25 @@ class ScopedTimeZone {
     std::optional<std::string> saved;
 };
 
+/// Has the environment variable `variable` at `value`, or without one.
+class ScopedVariable {
+  public:
+    ScopedVariable(const char* variable, const char* value) : name(variable) {
+        const char* const old = std::getenv(name);
+        earlier = old ? std::optional<std::string>(old) : std::nullopt;
+        set(value);
+    }
+    ~ScopedVariable() { set(earlier ? earlier->c_str() : nullptr); }
+    ScopedVariable(const ScopedVariable&) = delete;
+    ScopedVariable& operator=(const ScopedVariable&) = delete;
+
+  private:
+    void set(const char* value) const { value ? ::setenv(name, value, 1) : ::unsetenv(name); }
+
+    const char* name;
+    std::optional<std::string> earlier;
+};
+
 /// Lets no file of this process grow beyond `bytes`; a write there fails.
 class ScopedFileSizeLimit {
   public:

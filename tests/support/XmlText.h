@@ -5,6 +5,9 @@
 /// XML texts compared by content.
 namespace support {
 
+/// The encoding as the host's printer names it in a declaration.
+inline const std::string encodingName = HCD_XML_ENCODING;
+
 /// `xml` without its declaration, without the white space between tags, and with empty elements as an opening
 /// and a closing tag.
 inline std::string withoutLayout(std::string xml) {

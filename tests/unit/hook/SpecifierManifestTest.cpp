@@ -189,6 +189,7 @@ TEST_F(SpecifierManifest, GoesBelowTheRootWhenTheSupportFolderIsNotFound) {
         GTEST_SKIP() << "this machine lets no process change its root folder";
     }
     HookMachine::loseStandardFolders();
+    writeFile(machine / "etc/passwd", "root:x:0:0:System Administrator:/var/root:/bin/sh\n");
     support::inChild([this] {
         ASSERT_TRUE(support::enterRootOfItsOwn(machine.path()));
         EXPECT_TRUE(createSpecifierFile(&logger));

@@ -7,12 +7,15 @@
 
 #include <grp.h>
 #include <gtest/gtest.h>
-#include <linux/filter.h>
-#include <linux/seccomp.h>
 #include <sched.h>
-#include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
+
+#ifdef __linux__
+#include <linux/filter.h>
+#include <linux/seccomp.h>
+#include <sys/prctl.h>
+#endif
 
 namespace child {
 
@@ -36,7 +39,11 @@ std::string readToEnd(int input) {
 }
 
 bool enterMachine(const std::string& root) {
+#ifdef CLONE_NEWUSER
     const bool hasRights = ::geteuid() == 0 || ::unshare(CLONE_NEWUSER) == 0;
+#else
+    const bool hasRights = ::geteuid() == 0;
+#endif
     return hasRights && ::chroot(root.c_str()) == 0 && ::chdir("/") == 0;
 }
 
@@ -63,13 +70,13 @@ void becomeOrdinaryUser() {
     if (::geteuid() != 0) {
         return;
     }
-    if (::setgroups(0, nullptr) != 0 || ::setresgid(ordinaryUser, ordinaryUser, ordinaryUser) != 0 ||
-        ::setresuid(ordinaryUser, ordinaryUser, ordinaryUser) != 0) {
+    if (::setgroups(0, nullptr) != 0 || ::setgid(ordinaryUser) != 0 || ::setuid(ordinaryUser) != 0) {
         ::_exit(1);
     }
 }
 
-bool refuseSystemCall(long number, int error) {
+bool refuseSystemCall([[maybe_unused]] long number, [[maybe_unused]] int error) {
+#ifdef __linux__
     const auto reason = static_cast<std::uint32_t>(error);
     std::array<sock_filter, 4> rules = {{
         BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr)),
@@ -80,6 +87,9 @@ bool refuseSystemCall(long number, int error) {
     const sock_fprog program = {static_cast<unsigned short>(rules.size()), rules.data()};
     return ::prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) == 0 &&
            ::prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &program) == 0;
+#else
+    return false;
+#endif
 }
 
 Machine::Machine() {

@@ -1,7 +1,5 @@
 #include "platform/Users.h"
 
-#include <cstdlib>
-
 #include <gtest/gtest.h>
 #include <unistd.h>
 
@@ -44,19 +42,6 @@ class TheConsoleUser : public testing::Test {
         }
     }
 };
-
-/// The home folder with HOME as given, on a machine that has `record` for everybody.
-std::optional<std::string> homeThere(const char* variable, const std::string& record) {
-    const child::Machine machine;
-    machine.put("/etc/passwd", "root:x:0:0:root:" + record +
-                                   ":/bin/sh\nnobody:x:65534:65534:nobody:" + record + ":/bin/sh\n");
-    return machine.resultOf([&] {
-        variable ? ::setenv("HOME", variable, 1) : ::unsetenv("HOME");
-        return homeFolder();
-    });
-}
-
-class TheHomeFolder : public TheConsoleUser {};
 
 } // namespace
 
@@ -104,39 +89,6 @@ TEST_F(TheConsoleUser, IsFoundInALongRecord) {
     const MachineWithSession machine("user");
     machine.put("/etc/passwd", "ann:x:501:20:" + std::string(20000, 'A') + ":/home/ann:/bin/sh\n");
     EXPECT_EQ(machine.consoleUserThere(), "ann 501 20");
-}
-
-TEST_F(TheHomeFolder, IsTheVariableOfOnesOwnProcess) {
-    EXPECT_EQ(homeThere("/somewhere/else/", "/record"), "/somewhere/else");
-}
-
-TEST_F(TheHomeFolder, IsTheRecordWithoutAUsefulVariable) {
-    EXPECT_EQ(homeThere(nullptr, "/record/"), "/record");
-    EXPECT_EQ(homeThere("", "/record"), "/record");
-    EXPECT_EQ(homeThere("relative", "/record"), "/record");
-}
-
-TEST_F(TheHomeFolder, IsEmptyWhenTheMachineKnowsNone) {
-    EXPECT_EQ(homeThere(nullptr, ""), "");
-    EXPECT_EQ(child::Machine().resultOf([] {
-        ::unsetenv("HOME");
-        return homeFolder();
-    }),
-              "");
-}
-
-TEST_F(TheHomeFolder, IsTheEffectiveUsersWhenActingAsAnother) {
-    if (::geteuid() != 0) {
-        GTEST_SKIP() << "only root can act as another user";
-    }
-    const child::Machine machine;
-    machine.put("/etc/passwd", "root:x:0:0:root:/root:/bin/sh\nann:x:501:20:Ann:/home/ann:/bin/sh\n");
-    EXPECT_EQ(machine.resultOf([] {
-        ::setenv("HOME", "/somewhere", 1);
-        const EffectiveUserSwitch acting(501);
-        return homeFolder();
-    }),
-              "/home/ann");
 }
 
 TEST(EffectiveUser, IsTheOneOfThisProcess) { EXPECT_EQ(effectiveUser(), ::geteuid()); }
