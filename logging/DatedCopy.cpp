@@ -40,9 +40,10 @@ std::string unfinishedName(const std::string& path) {
 std::optional<std::time_t> makeDatedCopy(const std::string& path, std::time_t now) {
     const std::time_t second = freeSecond(path, now);
     const std::string copy = datedName(path, second);
-    std::string unfinished = unfinishedName(path);
+    const std::string unfinished = unfinishedName(path);
     platform::removeEntry(unfinished.c_str());
-    const bool made = !platform::entryExists(copy.c_str()) && copyContentOfFileToFile(path, unfinished) &&
+    const bool made = !platform::entryExists(copy.c_str()) &&
+                      !platform::copyContentToNew(path.c_str(), unfinished.c_str()) &&
                       !platform::syncFile(unfinished.c_str()) &&
                       !platform::moveFile(unfinished.c_str(), copy.c_str());
     if (!made) {

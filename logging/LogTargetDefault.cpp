@@ -39,7 +39,15 @@ std::int32_t secondsBetween(std::int32_t earlier, std::int32_t later) {
     return static_cast<std::int32_t>(static_cast<std::uint32_t>(later) - static_cast<std::uint32_t>(earlier));
 }
 
+/// Gives a stream the buffer of its own back. Its state stays.
+void useOwnBuffer(std::fstream& s) {
+    const std::ios::iostate state = s.rdstate();
+    s.std::ios::rdbuf(s.rdbuf());
+    s.setstate(state);
+}
+
 void openForAppending(std::fstream& s, const std::string& path) {
+    useOwnBuffer(s);
     if (s.is_open()) {
         s.close();
     }
@@ -47,12 +55,11 @@ void openForAppending(std::fstream& s, const std::string& path) {
         s.setstate(std::ios::failbit);
         return;
     }
-    const bool existed = platform::entryExists(path.c_str());
+    std::error_code modeError;
+    platform::createFile(path.c_str(), 0666, modeError);
     s.open(path, std::ios::out | std::ios::app);
-    if (!existed && s.is_open()) {
-        if (const std::error_code error = platform::changeMode(path.c_str(), 0666)) {
-            std::fprintf(stderr, "\n Error Set File permissions. errno = %s", error.message().c_str());
-        }
+    if (modeError) {
+        std::fprintf(stderr, "\n Error Set File permissions. errno = %s", modeError.message().c_str());
     }
 }
 
@@ -90,10 +97,11 @@ void LogTargetDefault::openLineBuffer() {
     if (!stream.good()) {
         return;
     }
-    stream.std::ios::rdbuf(&lineBuffer);
     if (!lineBuffer.open(logFilePath)) {
         stream.setstate(std::ios::failbit);
+        return;
     }
+    stream.std::ios::rdbuf(&lineBuffer);
 }
 
 bool LogTargetDefault::SetStreamPath(const char* fileName) {
@@ -142,6 +150,7 @@ void LogTargetDefault::closeStream() {
         stream.close();
     }
     lineBuffer.close();
+    useOwnBuffer(stream);
 }
 
 void LogTargetDefault::closeLock() {
@@ -336,6 +345,7 @@ bool LogTargetDefault::cleanFile() {
         stream.close();
     }
     lineBuffer.close();
+    useOwnBuffer(stream);
     stream.open(logFilePath, std::ios::out | std::ios::trunc);
     if (!stream.good()) {
         return false;

@@ -50,7 +50,9 @@ std::error_code createFolders(const char* path, const FolderAttributes* attribut
 /// kind, counts as success.
 std::error_code createFolder(const char* path, mode_t mode);
 
-/// The names in the folder `path`, without "." and "..", in no order. Nothing when it cannot be listed.
+/// The names in the folder `path`, without "." and "..", in no order. On the home platform also without those
+/// that begin with "._", which hold what a file system of another kind cannot. Nothing when it cannot be
+/// listed.
 std::optional<std::vector<std::string>> folderEntries(const char* path);
 
 /// Everything below the folder `path`, as paths relative to it: a folder before its content, siblings in byte
@@ -74,6 +76,9 @@ std::error_code writeFileAtomically(const char* path, std::string_view content);
 /// Puts the content of the file `from` into the file `to`, which is emptied first, or made with 0666 less the
 /// umask. Nothing happens to `to` when `from` cannot be opened; after a later failure it is incomplete.
 std::error_code copyContent(const char* from, const char* to);
+
+/// The same to a new file: it is an error when an entry called `to`, of any kind, is there already.
+std::error_code copyContentToNew(const char* from, const char* to);
 
 /// Waits until the content of the file `path` is on the disk.
 std::error_code syncFile(const char* path);
@@ -110,7 +115,9 @@ std::error_code giveFolder(const char* parent, const char* name, uid_t owner, gi
 /// safe.
 bool isSafeToAppendTo(const char* path);
 
-/// Sets the mode exactly, links followed.
-std::error_code changeMode(const char* path, mode_t mode);
+/// Creates the empty file `path` with exactly `mode`. False when it is not made: an entry of that name, of
+/// any kind, is there already, or the system refuses. `modeError` is why the file, which then stays, could
+/// not get the mode.
+bool createFile(const char* path, mode_t mode, std::error_code& modeError);
 
 } // namespace platform

@@ -12,7 +12,9 @@ AppendFile::~AppendFile() = default;
 
 std::error_code AppendFile::open(const char* path) {
     close();
-    std::unique_ptr<FileDescriptor> opened(new (std::nothrow) FileDescriptor(path, O_WRONLY | O_APPEND));
+    // A pipe that was put in the file's place meanwhile is not waited for.
+    constexpr int flags = O_WRONLY | O_APPEND | O_NONBLOCK | O_NOCTTY;
+    std::unique_ptr<FileDescriptor> opened(new (std::nothrow) FileDescriptor(path, flags));
     if (!opened) {
         return std::make_error_code(std::errc::not_enough_memory);
     }

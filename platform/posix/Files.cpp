@@ -53,6 +53,21 @@ std::error_code copyToEnd(const FileDescriptor& from, const FileDescriptor& to) 
     return count == -1 ? lastError() : std::error_code();
 }
 
+/// Copies to a file that is opened with `flags` besides those for writing and creating it.
+std::error_code copyTo(const char* from, const char* to, int flags) {
+    const FileDescriptor source(from, O_RDONLY);
+    if (!source.isOpen()) {
+        return lastError();
+    }
+    FileDescriptor target(to, O_WRONLY | O_CREAT | flags, 0666);
+    if (!target.isOpen()) {
+        return lastError();
+    }
+    const std::error_code error = copyToEnd(source, target);
+    const std::error_code closing = target.close();
+    return error ? error : closing;
+}
+
 } // namespace
 
 bool entryExists(const char* path) { return statusOfEntry(path).has_value(); }
@@ -72,18 +87,10 @@ std::error_code createFolder(const char* path, mode_t mode) {
 
 std::error_code removeEntry(const char* path) { return errorOf(std::remove(path)); }
 
-std::error_code copyContent(const char* from, const char* to) {
-    const FileDescriptor source(from, O_RDONLY);
-    if (!source.isOpen()) {
-        return lastError();
-    }
-    FileDescriptor target(to, O_WRONLY | O_CREAT | O_TRUNC, 0666);
-    if (!target.isOpen()) {
-        return lastError();
-    }
-    const std::error_code error = copyToEnd(source, target);
-    const std::error_code closing = target.close();
-    return error ? error : closing;
+std::error_code copyContent(const char* from, const char* to) { return copyTo(from, to, O_TRUNC); }
+
+std::error_code copyContentToNew(const char* from, const char* to) {
+    return copyTo(from, to, O_EXCL | O_NOFOLLOW);
 }
 
 std::error_code syncFile(const char* path) {
@@ -133,6 +140,9 @@ std::error_code truncateFile(const char* path, long long size) {
 std::error_code giveFolder(const char* parent, const char* name, uid_t owner, gid_t group, mode_t mode) {
     constexpr int flags = O_RDONLY | O_DIRECTORY | O_NOFOLLOW;
     const FileDescriptor above(parent, flags);
+    if (!above.isOpen()) {
+        return lastError();
+    }
     const FileDescriptor folder(above, name, flags);
     if (!folder.isOpen()) {
         return lastError();
@@ -151,6 +161,10 @@ bool isSafeToAppendTo(const char* path) {
     return !entry || !S_ISLNK(entry->st_mode) || entry->st_uid == 0 || entry->st_uid == ::geteuid();
 }
 
-std::error_code changeMode(const char* path, mode_t mode) { return errorOf(::chmod(path, mode)); }
+bool createFile(const char* path, mode_t mode, std::error_code& modeError) {
+    const FileDescriptor file(path, O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW, mode);
+    modeError = file.isOpen() ? errorOf(::fchmod(file.get(), mode)) : std::error_code();
+    return file.isOpen();
+}
 
 } // namespace platform

@@ -208,6 +208,25 @@ TEST_F(FileTarget, ClosesEverythingWhenItIsUnregistered) {
     EXPECT_FALSE(semaphoreSetExists(id));
 }
 
+TEST_F(FileTarget, LeavesAStreamThatOthersCanOpenOnAnotherFile) {
+    ASSERT_TRUE(target.onRegisterTarget());
+    ASSERT_TRUE(target.onUnregisterTarget());
+    target.stream.open(home / "other", std::ios::out | std::ios::app);
+    target.WriteStream("a line");
+    EXPECT_TRUE(target.stream.good());
+    EXPECT_EQ(readFile(home / "other"), "a line\n");
+}
+
+TEST_F(FileTarget, OpensTheStreamOfAnotherTargetOnItsOwnFile) {
+    ASSERT_TRUE(target.onRegisterTarget());
+    LogTargetDefault other("other");
+    other.logFilePath = home / "other";
+    EXPECT_TRUE(other.SetStreamHandle(target.stream));
+    target.stream << "a line" << std::flush;
+    EXPECT_EQ(readFile(home / "other"), "a line");
+    target.onUnregisterTarget();
+}
+
 TEST_F(FileTarget, ClosesEverythingAtOnceAfterARepeatedRegistration) {
     enroll();
     enroll();
