@@ -34,6 +34,7 @@ class BinaryOutline {
 
     bool isTame() const {
         std::vector<Place> pending = {{root, 1}};
+        std::uint64_t bytes = 0;
         for (std::size_t values = 1; !pending.empty();) {
             const Place place = pending.back();
             pending.pop_back();
@@ -42,6 +43,10 @@ class BinaryOutline {
                 return false;
             }
             values += parts->size();
+            bytes += bytesOf(place.value);
+            if (bytes > mostBytes) {
+                return false;
+            }
             for (const std::uint64_t part : *parts) {
                 pending.push_back({part, place.depth + 1});
             }
@@ -57,6 +62,7 @@ class BinaryOutline {
 
     static constexpr std::size_t trailerSize = 32;
     static constexpr std::size_t mostValues = 100'000;
+    static constexpr std::uint64_t mostBytes = 16 << 20;
     static constexpr int deepest = 256;
 
     std::uint64_t trailerNumber(std::uint64_t position, std::uint64_t size) const {
@@ -97,6 +103,13 @@ class BinaryOutline {
         const bool isNumber = kind >= 0x1 && kind <= 0x3;
         const std::uint64_t size = isNumber ? std::uint64_t(1) << low : kind == 0x8 ? low + 1 : 0;
         return size < content.size() - position;
+    }
+
+    /// The length of a text or of data, which is known to be whole. 0 for any other value.
+    std::uint64_t bytesOf(std::uint64_t value) const {
+        std::uint64_t position = *positionOf(value);
+        const std::uint64_t kind = *numberAt(content, position, 1) >> 4;
+        return kind >= 0x4 && kind <= 0x7 ? *takeEntries(position) * (kind == 0x6 ? 2 : 1) : 0;
     }
 
     /// How many entries the value at `position` has, which becomes that of the first one.

@@ -283,6 +283,14 @@ TEST(PropertyList, RefusesReferencesThatMultiplyWithoutMeasure) {
     EXPECT_EQ(textWithinLimits(binaryList(chainOfArrays(10, 100))), "nothing");
 }
 
+TEST(PropertyList, RefusesTextsThatMultiplyWithoutMeasure) {
+    const std::vector<std::uint64_t> references(5000, 5);
+    EXPECT_EQ(textWithinLimits(binaryList({binaryDictionary({1, 2, 3, 4}), binaryText("Other"),
+                                           binaryText(versionKey), binaryArray(references), binaryText("1"),
+                                           binaryText(std::string(1'000'000, 'x'))})),
+              "nothing");
+}
+
 TEST(PropertyList, RefusesEntitiesThatMultiplyWithoutMeasure) {
     std::string entities = "<!ENTITY e0 \"laugh\">";
     for (int i = 1; i < 20; ++i) {

@@ -275,6 +275,13 @@ TEST(ParseXml, RefusesEntitiesThatExpandWithoutMeasure) {
     }
 }
 
+TEST(ParseXml, AcceptsWhatOnlyLooksLikeEntities) {
+    EXPECT_EQ(refusalOf("<!-- <!DOCTYPE --><a><![CDATA[<!ENTITY % e \"\">]]></a>"), "accepted");
+    EXPECT_EQ(refusalOf(withEntities("<!ENTITY e 'x'>", "<a>&e;" + repeated("&lt;&#65;", 1000) +
+                                                            std::string(1'000'000, 'x') + "</a>")),
+              "accepted");
+}
+
 TEST(ParseXml, RefusesABombWithLittleMemory) {
     for (const std::string& bomb : bombs) {
         const std::string kilobytes = child::resultOf([&] {
