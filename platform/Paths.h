@@ -30,7 +30,8 @@ std::string deletingPathExtension(std::string_view path);
 std::optional<std::string> appendingPathExtension(std::string_view path, std::string_view extension);
 
 /// `path` with "." components removed and, in an absolute path, ".." resolved: through the real parent
-/// where a link is involved. A ".." of a relative path stays.
+/// where a link is involved. A ".." of a relative path stays. The home platform also drops a leading
+/// "/private" where the rest names the same file.
 std::string standardizedPath(std::string_view path);
 
 } // namespace platform

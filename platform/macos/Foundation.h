@@ -37,7 +37,8 @@ std::string textOf(NSString* string);
 /// The path `path` as an object that the pool owns. Null when it is no text.
 NSString* pathOf(const char* path);
 
-/// The system's error at the bottom of `error`, or an input/output error when there is none.
+/// The system's error at the bottom of `error`; without one, what the framework's own code means, or an
+/// input/output error.
 std::error_code systemErrorOf(NSError* error);
 
 /// Runs `work`. The reason of the NSException that it raised, if it did.

@@ -31,6 +31,29 @@ xmlParserInput* loadNothing(const char* /*address*/, const char* /*id*/, xmlPars
 }();
 #endif
 
+/// What the framework's own code for an error says of its cause.
+std::errc meaningOf(NSError* error) {
+    const NSInteger code = [[error domain] isEqualToString:NSCocoaErrorDomain] ? [error code] : 0;
+    switch (code) {
+    case 4:   // no such file, on writing
+    case 260: // and on reading
+        return std::errc::no_such_file_or_directory;
+    case 257: // no permission to read
+    case 513: // and to write
+        return std::errc::permission_denied;
+    case 514:
+        return std::errc::filename_too_long;
+    case 516:
+        return std::errc::file_exists;
+    case 640:
+        return std::errc::no_space_on_device;
+    case 642:
+        return std::errc::read_only_file_system;
+    default:
+        return std::errc::io_error;
+    }
+}
+
 } // namespace
 
 NSString* stringOf(std::string_view text) {
@@ -48,11 +71,12 @@ std::string textOf(NSString* string) {
 NSString* pathOf(const char* path) { return stringOf(path); }
 
 std::error_code systemErrorOf(NSError* error) {
-    while (error && ![[error domain] isEqualToString:NSPOSIXErrorDomain]) {
-        error = [[error userInfo] objectForKey:NSUnderlyingErrorKey];
+    NSError* cause = error;
+    while (cause && ![[cause domain] isEqualToString:NSPOSIXErrorDomain]) {
+        cause = [[cause userInfo] objectForKey:NSUnderlyingErrorKey];
     }
-    return error ? std::error_code(static_cast<int>([error code]), std::generic_category())
-                 : std::make_error_code(std::errc::io_error);
+    return cause ? std::error_code(static_cast<int>([cause code]), std::generic_category())
+                 : std::make_error_code(meaningOf(error));
 }
 
 } // namespace platform

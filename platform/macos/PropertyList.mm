@@ -16,7 +16,7 @@ bool isXml(const std::string& text) {
     const XmlParseResult result = parseXml(text.c_str());
     const bool isDocument = result.document != nullptr;
     releaseXml(result.document);
-    return isDocument && text.find('\0') == std::string::npos;
+    return isDocument;
 }
 
 /// Whether a list of the oldest kind, of nested brackets, is of a depth that a parser can descend to.
@@ -26,22 +26,24 @@ bool isShallow(std::string_view text) {
 }
 
 bool isTame(const std::string& content) {
-    const std::size_t start = content.find_first_not_of(" \t\r\n");
     if (content.starts_with("bplist")) {
         return isTameBinaryList(content);
     }
-    return start != std::string::npos && content[start] == '<' ? isXml(content) : isShallow(content);
+    const bool isBytewise = content.find('\0') == std::string::npos; // and no text of wider characters
+    return isBytewise && (content.starts_with('<') ? isXml(content) : isShallow(content));
 }
 
-/// The content as every version of the framework reads it: an XML list without a byte order mark and with a
-/// declaration.
+/// The content as every version of the framework reads it: an XML list without a byte order mark and blanks
+/// before it, and with a declaration.
 std::string plainForm(const std::string& content) {
     constexpr std::string_view mark = "\xEF\xBB\xBF";
     const std::string unmarked = content.substr(content.starts_with(mark) ? mark.size() : 0);
     const std::size_t start = unmarked.find_first_not_of(" \t\r\n");
-    const bool isMarkup = start != std::string::npos && unmarked[start] == '<';
-    const bool lacksDeclaration = isMarkup && unmarked.compare(start, 5, "<?xml") != 0;
-    return (lacksDeclaration ? "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n" : "") + unmarked;
+    if (start == std::string::npos || unmarked[start] != '<') {
+        return unmarked;
+    }
+    const std::string markup = unmarked.substr(start);
+    return (markup.starts_with("<?xml") ? "" : "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n") + markup;
 }
 
 NSDictionary* dictionaryIn(const std::string& content) {

@@ -162,7 +162,7 @@ class Indentation {
 
 XmlParseResult parseXml(const char* text) {
     const AutoreleasePool pool;
-    if (mayExpandBeyondMeasure(text)) {
+    if (isUtf8(text) && mayExpandBeyondMeasure(text)) {
         return {nullptr, "The document's entities expand too much", false};
     }
     NSString* const source = [NSString stringWithUTF8String:isUtf8(text) ? declaredUtf8(text).c_str() : text];
@@ -172,15 +172,15 @@ XmlParseResult parseXml(const char* text) {
         document = [[NSXMLDocument alloc] initWithXMLString:source
                                                     options:NSXMLNodeLoadExternalEntitiesNever
                                                       error:&error];
+        [document setCharacterEncoding:@"UTF-8"];
+        [document setStandalone:[document isStandalone]];
     });
-    if (reason) {
+    if (reason) { // what was allocated is lost: an object whose initialisation raised is not to be touched
         return {nullptr, reason, true};
     }
     if (error || !document) {
         return {document, textOf([error description]), false};
     }
-    [document setCharacterEncoding:@"UTF-8"];
-    [document setStandalone:[document isStandalone]];
     return {document, std::nullopt, false};
 }
 

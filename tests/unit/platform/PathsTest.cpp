@@ -60,6 +60,16 @@ const std::map<std::string, Operation> operations = {
     {"stringByStandardizingPath", [](auto& rule) { return standardizedPath(rule.input); }},
 };
 
+/// `path` as the host names it: the home platform drops "/private" at the start.
+std::string withoutPrivate(const std::string& path) {
+#ifdef __APPLE__
+    constexpr std::string_view extra = "/private";
+    return path.substr(path.starts_with(extra) ? extra.size() : 0);
+#else
+    return path;
+#endif
+}
+
 } // namespace
 
 TEST(Paths, TheTableOfRulesIsWhole) { EXPECT_EQ(rulesOfTheTable().size(), 104u); }
@@ -193,8 +203,8 @@ TEST(Paths, StandardizingGoesToTheRealParentOfALink) {
     std::filesystem::create_directories(folder / "real/inner");
     std::filesystem::create_directory_symlink("real/inner", folder / "link");
 
-    EXPECT_EQ(standardizedPath(folder / "link/.."), folder / "real");
-    EXPECT_EQ(standardizedPath(folder / "link/../x"), folder / "real/x");
+    EXPECT_EQ(standardizedPath(folder / "link/.."), withoutPrivate(folder / "real"));
+    EXPECT_EQ(standardizedPath(folder / "link/../x"), withoutPrivate(folder / "real/x"));
 }
 
 TEST(Paths, StandardizingKeepsALinkThatNoDoubleDotsFollow) {
@@ -202,13 +212,13 @@ TEST(Paths, StandardizingKeepsALinkThatNoDoubleDotsFollow) {
     std::filesystem::create_directories(folder / "real/inner");
     std::filesystem::create_directory_symlink("real", folder / "link");
 
-    EXPECT_EQ(standardizedPath(folder / "link/inner"), folder / "link/inner");
-    EXPECT_EQ(standardizedPath(folder / "link/inner/.."), folder / "link");
+    EXPECT_EQ(standardizedPath(folder / "link/inner"), withoutPrivate(folder / "link/inner"));
+    EXPECT_EQ(standardizedPath(folder / "link/inner/.."), withoutPrivate(folder / "link"));
 }
 
 TEST(Paths, StandardizingTakesADanglingLinkAsAnyName) {
     const support::TempFolder folder;
     std::filesystem::create_symlink("nowhere/at/all", folder / "link");
 
-    EXPECT_EQ(standardizedPath(folder / "link/.."), folder.path());
+    EXPECT_EQ(standardizedPath(folder / "link/.."), withoutPrivate(folder.path()));
 }

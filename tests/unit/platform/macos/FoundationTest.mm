@@ -116,5 +116,12 @@ TEST(SystemErrorOf, IsTheErrorAtTheBottom) {
 TEST(SystemErrorOf, IsAnInputOutputErrorWhenThereIsNone) {
     const AutoreleasePool pool;
     EXPECT_EQ(systemErrorOf(nil), std::errc::io_error);
-    EXPECT_EQ(systemErrorOf(errorIn(NSCocoaErrorDomain, 513, nil)), std::errc::io_error);
+    EXPECT_EQ(systemErrorOf(errorIn(NSCocoaErrorDomain, 512, nil)), std::errc::io_error);
+}
+
+TEST(SystemErrorOf, IsWhatTheFrameworksOwnCodeMeans) {
+    const AutoreleasePool pool;
+    EXPECT_EQ(systemErrorOf(errorIn(NSCocoaErrorDomain, 513, nil)), std::errc::permission_denied);
+    EXPECT_EQ(systemErrorOf(errorIn(NSCocoaErrorDomain, 4, nil)), std::errc::no_such_file_or_directory);
+    EXPECT_EQ(systemErrorOf(errorIn(@"other", 513, nil)), std::errc::io_error);
 }

@@ -11,6 +11,7 @@ using namespace platform;
 
 namespace {
 
+#ifdef GNUSTEP
 struct Version {
     NSInteger majorVersion;
     NSInteger minorVersion;
@@ -18,6 +19,7 @@ struct Version {
 };
 
 Version laterVersion(id /*process*/, SEL /*selector*/) { return {14, 6, 1}; }
+#endif
 
 std::string seenVersion() {
     const auto version = offersSystemVersion() ? systemVersion() : std::nullopt;
