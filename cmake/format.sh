@@ -2,7 +2,8 @@
 # Formats the sources; with --check only says which are not formatted, and fails if any is not.
 set -euo pipefail
 
-mapfile -t sources < <(git ls-files --cached --others --exclude-standard -- '*.cpp' '*.h' '*.mm' '*.m')
+list=$(git ls-files --cached --others --exclude-standard -- '*.cpp' '*.h' '*.mm' '*.m')
+mapfile -t sources <<<"${list:?There are no sources.}"
 case ${1-} in
 --check) clang-format --dry-run --Werror "${sources[@]}" && echo "${#sources[@]} files are formatted" ;;
 '') clang-format -i "${sources[@]}" ;;

@@ -6,10 +6,10 @@ declare -A packages=(
     [build]="g++ cmake ninja-build pkg-config libxml2-dev libplist-dev libsystemd-dev"
     [run]="bubblewrap"
     [test]="libgtest-dev libgmock-dev"
-    [foundation]="gobjc++ libgnustep-base-dev"
+    [foundation]="gobjc++ libgnustep-base-dev make"
     [machines]="g++-12-multilib g++-aarch64-linux-gnu qemu-user googletest clang libc++-14-dev libc++abi-14-dev"
     [bench]=""
-    [check]="clang clang-format clang-tidy shellcheck"
+    [check]="git clang clang-format clang-tidy shellcheck"
 )
 
 missing=()

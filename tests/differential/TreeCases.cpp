@@ -151,9 +151,9 @@ void make(const std::string& top, const Tree& tree, bool isOrdinary) {
 
 std::string contentOf(const fs::path& path) {
     std::error_code ignored;
-    return fs::is_symlink(path)        ? " -> " + fs::read_symlink(path, ignored).string()
-           : fs::is_regular_file(path) ? " |" + escaped(support::readFile(path)) + "|"
-                                       : "";
+    return fs::is_symlink(path, ignored)        ? " -> " + fs::read_symlink(path, ignored).string()
+           : fs::is_regular_file(path, ignored) ? " |" + escaped(support::readFile(path)) + "|"
+                                                : "";
 }
 
 /// Every entry below `top` with what can be told of it.

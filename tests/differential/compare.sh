@@ -27,7 +27,7 @@ if grep -hE '\[(died of|ended with|printed:)' first second >&2; then
     failures=1
 fi
 
-paste first second | awk -F '\t' '$3 != $6' >differences
+paste first second | awk -F '\t' '($3 "") != ($6 "")' >differences
 cut -f 1,2 differences >inputs
 
 : >patterns

@@ -1,4 +1,5 @@
 #include <filesystem>
+#include <regex>
 #include <string>
 #include <vector>
 
@@ -30,7 +31,7 @@ class FirstRun : public testing::Test {
             fs::copy_file(fs::path(HCD_SOURCES) / "tests/packaging/mac.sh", place / "bin/" + name);
         }
         for (const std::string name :
-             {"cat", "dirname", "grep", "mkdir", "rm", "sed", "tail", "test", "tr"}) {
+             {"cat", "dirname", "grep", "mkdir", "rm", "sed", "tail", "test", "tr", "wc"}) {
             fs::create_symlink("/usr/bin/" + name, place / "bin/" + name);
         }
         instruct("print-uname", "Darwin\n");
@@ -41,7 +42,7 @@ class FirstRun : public testing::Test {
         instruct("print-id", "0\n");
         instruct("print-stat", "somebody\n");
         instruct("print-dscl", "NFSHomeDirectory: " + place / "home" + "\n");
-        support::writeFile(place / "home/Library/Logs/Halcyra/HCD/HCD.log", "a line\n");
+        support::writeFile(log, "an earlier line\n");
         putProgram("assumptions", "echo '9 hold, 0 differ, 0 unknown'\n");
         putProgram("HCDCustomHook", hook);
     }
@@ -84,8 +85,9 @@ class FirstRun : public testing::Test {
     const std::string root = place / "root";
     const std::string project = place / "a project";
     const std::string script = project + "/packaging/macos/first-run.sh";
+    const std::string log = place / "home/Library/Logs/Halcyra/HCD/HCD.log";
     const std::string hook =
-        "if [[ ${1-} == --install=1 ]]; then mkdir -p '" + root +
+        "if [[ ${1-} == --install=1 ]]; then echo 'a line' 2>/dev/null >>'" + log + "'; mkdir -p '" + root +
         "/Library/Application Support/Korvane/Ostrel/specifiers'; echo '<SpecifierManifest/>' "
         ">'" +
         root + Manifest + "'; else rm -f '" + root + Manifest + "'; fi\n";
@@ -265,6 +267,11 @@ TEST_F(FirstRun, FailsWhenTheInstallEndsWithAStatusOtherThanZero) {
 TEST_F(FirstRun, FailsWhenTheInstallLeavesNoManifest) {
     putProgram("HCDCustomHook", "exit 0\n");
     expectFailure("install +failed +there is no ", {"--really-install"});
+}
+
+TEST_F(FirstRun, FailsWhenTheRunAddsNothingToTheLog) {
+    putProgram("HCDCustomHook", std::regex_replace(hook, std::regex("echo 'a line'"), "printf ''"));
+    expectFailure("log +failed ", {"--really-install"});
 }
 
 TEST_F(FirstRun, FailsWhenTheRunLeavesNoLog) {
