@@ -5,7 +5,7 @@ set -euo pipefail
 list=$(git ls-files --cached --others --exclude-standard -- '*.cpp')
 mapfile -t sources < <(
     while read -r source; do
-        ! grep -qF "\"file\": \"$PWD/$source\"" build/clang/compile_commands.json || echo "$source"
+        ! grep -qF "/$source\"" build/clang/compile_commands.json || echo "$source"
     done <<<"${list:?There are no sources.}"
 )
 [ ${#sources[@]} -gt 0 ] || { echo "The clang preset compiles nothing." >&2; exit 1; }
