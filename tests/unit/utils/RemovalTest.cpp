@@ -43,7 +43,6 @@ class Removal : public testing::Test {
         fs::create_directories(tree + "/empty");
         writeFile(tree + "/a/b/c/deep", "content");
         writeFile(tree + "/.hidden", "content");
-        writeFile(tree + "/\xff", "content");
         fs::permissions(tree + "/.hidden", fs::perms(0));
         makeOutside();
         fs::create_directory_symlink(temp / "outside", tree + "/a/folder-link");
@@ -95,6 +94,12 @@ TEST_F(Removal, TakesAFolderWithEverythingInItRecursively) {
     const std::string tree = makeTree();
     EXPECT_TRUE(deleteRecursively(tree));
     EXPECT_FALSE(present(tree));
+}
+
+TEST_F(Removal, TakesAFolderWithANameThatIsNotUtf8InIt) {
+    writeFile(temp / "x/\xff", "content");
+    EXPECT_TRUE(deleteRecursively(temp / "x"));
+    EXPECT_FALSE(present(temp / "x"));
 }
 
 TEST_F(Removal, NeverFollowsLinksInsideTheFolder) {
