@@ -19,13 +19,13 @@ class RunCommand : public MachineTest {
         MachineTest::SetUp();
         const fs::path script = HCD_MACHINE;
         supply("tests/e2e/machine.sh", script);
-        supply("cmake/run.sh", script.parent_path() / "../../cmake/run.sh");
+        supply("tools/run.sh", script.parent_path() / "../../tools/run.sh");
         supply("build/release/bin/HCDCustomHook", HCD_TOOL);
     }
 
     Outcome start(const std::vector<std::string>& arguments,
                   const std::vector<std::string>& environment = {searchPath()}) const {
-        std::vector<std::string> command = {project / "cmake/run.sh"};
+        std::vector<std::string> command = {project / "tools/run.sh"};
         command.insert(command.end(), arguments.begin(), arguments.end());
         return runCommand(command, environment, project);
     }

@@ -2,7 +2,7 @@
 # Builds the unit and process tests for each kind of machine that is named, or for all, runs them, and ends with a line
 # for each kind. The counts are those of the reports that the test programs write themselves. A kind fails when a test
 # fails, when none ran, and, where CI is true, when one was skipped.
-# usage: cmake/machines.sh [KIND...]
+# usage: tools/machines.sh [KIND...]
 set -euo pipefail
 shopt -s nullglob
 

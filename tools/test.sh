@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Runs the tests of built presets, one after the other, and ends with a line for each kind and one for all of them.
 # Where CI is set a skipped test fails the run: a machine that guards main can do everything.
-# usage: tests/run.sh "PRESET ..." [CTEST ARGUMENTS]
+# usage: tools/test.sh "PRESET ..." [CTEST ARGUMENTS]
 set -uo pipefail
 
 presets=$1
