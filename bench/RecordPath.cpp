@@ -16,9 +16,9 @@
 #include <sys/sem.h>
 #include <unistd.h>
 
-#include "logging/LogTargetDefault.h"
-#include "logging/Logger.h"
-#include "logging/LoggingCore.h"
+#include <elmu/logging/LogTargetDefault.h>
+#include <elmu/logging/Logger.h>
+#include <elmu/logging/LoggingCore.h>
 
 namespace {
 

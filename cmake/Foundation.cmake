@@ -1,13 +1,13 @@
-# The target `foundation`: what a source that uses Foundation is compiled and linked with. On the home platform the
+# The target `elmu_foundation`: what a source that uses Foundation is compiled and linked with. On the home platform the
 # frameworks, elsewhere GNUstep's Foundation with a stand-in for the other frameworks.
 
-add_library(foundation INTERFACE)
-target_compile_options(foundation INTERFACE $<$<COMPILE_LANGUAGE:OBJC>:-std=gnu11>
+add_library(elmu_foundation INTERFACE)
+target_compile_options(elmu_foundation INTERFACE $<$<COMPILE_LANGUAGE:OBJC>:-std=gnu11>
                                             $<$<COMPILE_LANGUAGE:OBJCXX>:-std=c++20>)
 
 if(APPLE)
-    target_compile_options(foundation INTERFACE $<$<COMPILE_LANGUAGE:OBJC,OBJCXX>:-fno-objc-arc>)
-    target_link_libraries(foundation INTERFACE "-framework Foundation" "-framework CoreServices"
+    target_compile_options(elmu_foundation INTERFACE $<$<COMPILE_LANGUAGE:OBJC,OBJCXX>:-fno-objc-arc>)
+    target_link_libraries(elmu_foundation INTERFACE "-framework Foundation" "-framework CoreServices"
                                                "-framework SystemConfiguration")
 else()
     # Flags of its own making (-g, -O2, -Wall, dependency files) are left to the presets; its headers are not held to
@@ -27,7 +27,7 @@ else()
     list(FILTER flags INCLUDE REGEX "^-(D|f)")
     list(FILTER libraries EXCLUDE REGEX "^-L/root|^-L/home|^-rdynamic$")
     find_package(LibXml2 REQUIRED)
-    target_include_directories(foundation SYSTEM INTERFACE ${folders})
-    target_compile_options(foundation INTERFACE "$<$<COMPILE_LANGUAGE:OBJC,OBJCXX>:${flags}>")
-    target_link_libraries(foundation INTERFACE ${libraries} LibXml2::LibXml2)
+    target_include_directories(elmu_foundation SYSTEM INTERFACE ${folders})
+    target_compile_options(elmu_foundation INTERFACE "$<$<COMPILE_LANGUAGE:OBJC,OBJCXX>:${flags}>")
+    target_link_libraries(elmu_foundation INTERFACE ${libraries} LibXml2::LibXml2)
 endif()

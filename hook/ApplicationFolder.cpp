@@ -1,6 +1,6 @@
 #include "hook/ApplicationFolder.h"
 
-#include "utils/FileUtils.h"
+#include <elmu/utils/FileUtils.h>
 
 namespace {
 

@@ -1,7 +1,7 @@
 #include "hook/CacheCleanup.h"
 
 #include "hook/ApplicationFolder.h"
-#include "utils/FileUtils.h"
+#include <elmu/utils/FileUtils.h>
 
 using ELMUUtils::FileUtils;
 

@@ -3,9 +3,9 @@
 #include <string>
 
 #include "hook/ApplicationFolder.h"
-#include "logging/Logger.h"
-#include "utils/FileUtils.h"
-#include "utils/XMLParser.h"
+#include <elmu/logging/Logger.h>
+#include <elmu/utils/FileUtils.h>
+#include <elmu/utils/XMLParser.h>
 
 using ELMUUtils::FileUtils;
 

@@ -3,10 +3,10 @@
 
 #include "hook/CacheCleanup.h"
 #include "hook/SpecifierManifest.h"
-#include "logging/LogTargetDefault.h"
-#include "logging/Logger.h"
-#include "logging/LoggingCore.h"
-#include "utils/CommandLineParser.h"
+#include <elmu/logging/LogTargetDefault.h>
+#include <elmu/logging/Logger.h>
+#include <elmu/logging/LoggingCore.h>
+#include <elmu/utils/CommandLineParser.h>
 
 int main(int argc, char* argv[]) {
     // A file-size limit or a closed standard error is a failed write, not the end.

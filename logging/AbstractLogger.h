@@ -1,6 +1,6 @@
 #pragma once
 
-#include "logging/LogLevel.h"
+#include <elmu/logging/LogLevel.h>
 
 namespace elmu {
 

@@ -1,4 +1,4 @@
-#include "logging/BinaryLock.h"
+#include <elmu/logging/BinaryLock.h>
 
 #include <sys/ipc.h>
 #include <sys/sem.h>

@@ -1,7 +1,7 @@
-#include "logging/DatedCopy.h"
+#include <elmu/logging/DatedCopy.h>
 
-#include "logging/FileProbes.h"
-#include "logging/PathText.h"
+#include <elmu/logging/FileProbes.h>
+#include <elmu/logging/PathText.h>
 #include "platform/Files.h"
 
 namespace elmu {

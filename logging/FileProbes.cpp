@@ -1,4 +1,4 @@
-#include "logging/FileProbes.h"
+#include <elmu/logging/FileProbes.h>
 
 #include "platform/Files.h"
 

@@ -1,4 +1,4 @@
-#include "logging/Fragment.h"
+#include <elmu/logging/Fragment.h>
 
 #include <algorithm>
 

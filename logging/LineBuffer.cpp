@@ -1,4 +1,4 @@
-#include "logging/LineBuffer.h"
+#include <elmu/logging/LineBuffer.h>
 
 #include <cstdio>
 #include <string_view>

@@ -1,9 +1,9 @@
-#include "logging/LogHeader.h"
+#include <elmu/logging/LogHeader.h>
 
-#include "logging/StringUtils.h"
-#include "utils/FileUtils.h"
-#include "utils/LocalizationUtils.h"
-#include "utils/OSUtils.h"
+#include <elmu/logging/StringUtils.h>
+#include <elmu/utils/FileUtils.h>
+#include <elmu/utils/LocalizationUtils.h>
+#include <elmu/utils/OSUtils.h>
 
 namespace elmu {
 

@@ -1,8 +1,8 @@
-#include "logging/LogTargetBase.h"
+#include <elmu/logging/LogTargetBase.h>
 
-#include "logging/FileProbes.h"
-#include "logging/PathText.h"
-#include "logging/UserFolders.h"
+#include <elmu/logging/FileProbes.h>
+#include <elmu/logging/PathText.h>
+#include <elmu/logging/UserFolders.h>
 #include "platform/Files.h"
 #include "platform/Users.h"
 

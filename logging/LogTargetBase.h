@@ -6,7 +6,7 @@
 
 #include <pthread.h>
 
-#include "logging/LogLevel.h"
+#include <elmu/logging/LogLevel.h>
 
 namespace elmu {
 

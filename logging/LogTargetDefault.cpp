@@ -1,17 +1,17 @@
-#include "logging/LogTargetDefault.h"
+#include <elmu/logging/LogTargetDefault.h>
 
 #include <cstdio>
 #include <exception>
 
-#include "logging/BinaryLock.h"
-#include "logging/DatedCopy.h"
-#include "logging/FileProbes.h"
-#include "logging/Fragment.h"
-#include "logging/PathText.h"
-#include "logging/Segmentation.h"
-#include "logging/SensitiveData.h"
-#include "logging/TimeText.h"
-#include "logging/UserFolders.h"
+#include <elmu/logging/BinaryLock.h>
+#include <elmu/logging/DatedCopy.h>
+#include <elmu/logging/FileProbes.h>
+#include <elmu/logging/Fragment.h>
+#include <elmu/logging/PathText.h>
+#include <elmu/logging/Segmentation.h>
+#include <elmu/logging/SensitiveData.h>
+#include <elmu/logging/TimeText.h>
+#include <elmu/logging/UserFolders.h>
 #include "platform/Files.h"
 #include "platform/System.h"
 

@@ -4,10 +4,10 @@
 #include <string>
 #include <vector>
 
-#include "logging/LineBuffer.h"
-#include "logging/LogHeader.h"
-#include "logging/LogTargetBase.h"
-#include "logging/TimeText.h"
+#include <elmu/logging/LineBuffer.h>
+#include <elmu/logging/LogHeader.h>
+#include <elmu/logging/LogTargetBase.h>
+#include <elmu/logging/TimeText.h>
 
 namespace elmu {
 

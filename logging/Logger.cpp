@@ -1,7 +1,7 @@
-#include "logging/Logger.h"
+#include <elmu/logging/Logger.h>
 
-#include "logging/ArgumentList.h"
-#include "logging/LoggingCore.h"
+#include <elmu/logging/ArgumentList.h>
+#include <elmu/logging/LoggingCore.h>
 
 namespace elmu {
 

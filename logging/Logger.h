@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "logging/AbstractLogger.h"
+#include <elmu/logging/AbstractLogger.h>
 
 namespace elmu {
 

@@ -1,8 +1,8 @@
-#include "logging/LoggingCore.h"
+#include <elmu/logging/LoggingCore.h>
 
 #include <algorithm>
 
-#include "logging/LogTargetBase.h"
+#include <elmu/logging/LogTargetBase.h>
 
 namespace elmu {
 

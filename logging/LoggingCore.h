@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "logging/LogLevel.h"
+#include <elmu/logging/LogLevel.h>
 
 namespace elmu {
 

@@ -1,8 +1,8 @@
-#include "logging/PathText.h"
+#include <elmu/logging/PathText.h>
 
 #include <libgen.h>
 
-#include "logging/TimeText.h"
+#include <elmu/logging/TimeText.h>
 #include "platform/Paths.h"
 
 namespace elmu {

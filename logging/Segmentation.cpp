@@ -1,8 +1,8 @@
-#include "logging/Segmentation.h"
+#include <elmu/logging/Segmentation.h>
 
 #include <algorithm>
 
-#include "logging/TimeText.h"
+#include <elmu/logging/TimeText.h>
 
 namespace elmu {
 

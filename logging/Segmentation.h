@@ -5,7 +5,7 @@
 #include <string_view>
 #include <vector>
 
-#include "logging/LogLevel.h"
+#include <elmu/logging/LogLevel.h>
 
 /// When a log file is rotated, and which of its dated copies stay: decided on values alone.
 namespace elmu {

@@ -1,4 +1,4 @@
-#include "logging/SensitiveData.h"
+#include <elmu/logging/SensitiveData.h>
 
 #include <algorithm>
 #include <cctype>

@@ -1,4 +1,4 @@
-#include "logging/StringUtils.h"
+#include <elmu/logging/StringUtils.h>
 
 namespace elmu {
 

@@ -1,11 +1,11 @@
-#include "logging/TimeText.h"
+#include <elmu/logging/TimeText.h>
 
 #include <cstdio>
 #include <cstdlib>
 
 #include <langinfo.h>
 
-#include "logging/ArgumentList.h"
+#include <elmu/logging/ArgumentList.h>
 
 namespace elmu {
 

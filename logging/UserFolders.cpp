@@ -1,4 +1,4 @@
-#include "logging/UserFolders.h"
+#include <elmu/logging/UserFolders.h>
 
 #include "platform/Files.h"
 #include "platform/Folders.h"

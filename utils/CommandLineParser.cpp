@@ -1,6 +1,6 @@
-#include "utils/CommandLineParser.h"
+#include <elmu/utils/CommandLineParser.h>
 
-#include "utils/Reporting.h"
+#include <elmu/utils/Reporting.h>
 
 namespace ELMUUtils {
 

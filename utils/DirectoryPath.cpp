@@ -10,7 +10,7 @@
 #include "platform/Folders.h"
 #include "platform/Paths.h"
 #include "platform/Users.h"
-#include "utils/FileUtils.h"
+#include <elmu/utils/FileUtils.h>
 
 namespace ELMUUtils {
 

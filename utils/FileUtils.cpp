@@ -1,4 +1,4 @@
-#include "utils/FileUtils.h"
+#include <elmu/utils/FileUtils.h>
 
 #include <algorithm>
 
@@ -6,7 +6,7 @@
 
 #include "platform/Files.h"
 #include "platform/PropertyList.h"
-#include "utils/Reporting.h"
+#include <elmu/utils/Reporting.h>
 
 namespace ELMUUtils {
 

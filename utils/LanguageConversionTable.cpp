@@ -1,4 +1,4 @@
-#include "utils/LanguageConversionTable.h"
+#include <elmu/utils/LanguageConversionTable.h>
 
 #include <array>
 #include <string_view>

@@ -1,11 +1,11 @@
-#include "utils/LocalizationUtils.h"
+#include <elmu/utils/LocalizationUtils.h>
 
 #include <algorithm>
 #include <cctype>
 #include <string_view>
 
 #include "platform/Locale.h"
-#include "utils/LanguageConversionTable.h"
+#include <elmu/utils/LanguageConversionTable.h>
 
 namespace ELMUUtils {
 

@@ -1,8 +1,8 @@
-#include "utils/OSUtils.h"
+#include <elmu/utils/OSUtils.h>
 
 #include <cstdio>
 
-#include "logging/StringUtils.h"
+#include <elmu/logging/StringUtils.h>
 #include "platform/System.h"
 
 namespace ELMUUtils {

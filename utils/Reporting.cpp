@@ -1,4 +1,4 @@
-#include "utils/Reporting.h"
+#include <elmu/utils/Reporting.h>
 
 namespace ELMUUtils {
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "logging/AbstractLogger.h"
+#include <elmu/logging/AbstractLogger.h>
 
 namespace ELMUUtils {
 

@@ -1,7 +1,7 @@
-#include "utils/XMLParser.h"
+#include <elmu/utils/XMLParser.h>
 
 #include "platform/XmlTree.h"
-#include "utils/Reporting.h"
+#include <elmu/utils/Reporting.h>
 
 namespace ELMUUtils {
 

@@ -18,7 +18,7 @@ struct Include {
 };
 
 std::vector<Include> projectIncludes() {
-    static const std::regex pattern(R"re(^\s*#\s*(?:include|import)\s+"([^"]+)")re");
+    static const std::regex pattern(R"re(^\s*#\s*(?:include|import)\s+(?:"|<elmu/)([^">]+))re");
     std::vector<Include> includes;
     for (const char* room : {"platform", "utils", "logging", "hook"}) {
         for (const auto& entry : fs::recursive_directory_iterator(fs::path(HCD_SOURCES) / room)) {

@@ -8,7 +8,7 @@
 
 #include <gtest/gtest.h>
 
-#include "logging/BinaryLock.h"
+#include <elmu/logging/BinaryLock.h>
 #include "support/Children.h"
 #include "support/SemaphoreSets.h"
 #include "support/TempFolder.h"

@@ -27,10 +27,10 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "logging/BinaryLock.h"
-#include "logging/LogHeader.h"
-#include "logging/LogTargetDefault.h"
-#include "logging/LoggingCore.h"
+#include <elmu/logging/BinaryLock.h>
+#include <elmu/logging/LogHeader.h>
+#include <elmu/logging/LogTargetDefault.h>
+#include <elmu/logging/LoggingCore.h>
 #include "support/Children.h"
 #include "support/LogHome.h"
 

@@ -13,10 +13,10 @@
 #include <sched.h>
 #include <unistd.h>
 
-#include "logging/BinaryLock.h"
-#include "logging/LogTargetDefault.h"
-#include "logging/Logger.h"
-#include "logging/LoggingCore.h"
+#include <elmu/logging/BinaryLock.h>
+#include <elmu/logging/LogTargetDefault.h>
+#include <elmu/logging/Logger.h>
+#include <elmu/logging/LoggingCore.h>
 #include "support/Children.h"
 #include "support/InChild.h"
 #include "support/LogHome.h"

@@ -4,8 +4,8 @@
 
 #include <gtest/gtest.h>
 
-#include "logging/LogTargetDefault.h"
-#include "logging/LoggingCore.h"
+#include <elmu/logging/LogTargetDefault.h>
+#include <elmu/logging/LoggingCore.h>
 #include "support/LogHome.h"
 
 namespace support {

@@ -3,7 +3,7 @@
 #include <string>
 #include <vector>
 
-#include "logging/Logger.h"
+#include <elmu/logging/Logger.h>
 #include "support/LogHome.h"
 #include "support/RecordingLogger.h"
 #include "support/ReportReceivers.h"

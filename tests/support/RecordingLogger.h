@@ -6,8 +6,8 @@
 #include <string>
 #include <vector>
 
-#include "logging/AbstractLogger.h"
-#include "logging/ArgumentList.h"
+#include <elmu/logging/AbstractLogger.h>
+#include <elmu/logging/ArgumentList.h>
 
 /// A logger that remembers what it was told.
 namespace support {

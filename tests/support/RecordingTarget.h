@@ -6,8 +6,8 @@
 #include <utility>
 #include <vector>
 
-#include "logging/ArgumentList.h"
-#include "logging/LogTargetBase.h"
+#include <elmu/logging/ArgumentList.h>
+#include <elmu/logging/LogTargetBase.h>
 
 namespace support {
 

@@ -8,7 +8,7 @@
 #include <gtest/gtest.h>
 
 #include "support/RecordingLogger.h"
-#include "utils/Reporting.h"
+#include <elmu/utils/Reporting.h>
 
 /// What the utilities report, caught at each of the places that their reports can go to.
 namespace support {

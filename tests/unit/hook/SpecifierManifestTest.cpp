@@ -8,7 +8,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "logging/LoggingCore.h"
+#include <elmu/logging/LoggingCore.h>
 #include "support/HookMachine.h"
 #include "support/InChild.h"
 #include "support/RecordingTarget.h"
@@ -16,7 +16,7 @@
 #include "support/Scopes.h"
 #include "support/TempFolder.h"
 #include "support/XmlText.h"
-#include "utils/XMLParser.h"
+#include <elmu/utils/XMLParser.h>
 
 namespace fs = std::filesystem;
 

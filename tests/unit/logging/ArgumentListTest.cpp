@@ -4,7 +4,7 @@
 
 #include <gtest/gtest.h>
 
-#include "logging/ArgumentList.h"
+#include <elmu/logging/ArgumentList.h>
 
 namespace {
 

@@ -11,7 +11,7 @@
 #include <sys/syscall.h>
 #include <unistd.h>
 
-#include "logging/BinaryLock.h"
+#include <elmu/logging/BinaryLock.h>
 #include "support/InChild.h"
 #include "support/OwnIpc.h"
 #include "support/RefusedCalls.h"

@@ -1,4 +1,4 @@
-#include "logging/DatedCopy.h"
+#include <elmu/logging/DatedCopy.h>
 
 #include <algorithm>
 #include <csignal>

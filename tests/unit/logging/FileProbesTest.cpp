@@ -6,7 +6,7 @@
 
 #include <sys/stat.h>
 
-#include "logging/FileProbes.h"
+#include <elmu/logging/FileProbes.h>
 #include "support/InChild.h"
 #include "support/Scopes.h"
 #include "support/TempFolder.h"

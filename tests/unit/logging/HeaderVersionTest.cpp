@@ -5,8 +5,8 @@
 
 #include <gtest/gtest.h>
 
-#include "logging/LogHeader.h"
-#include "logging/LogTargetDefault.h"
+#include <elmu/logging/LogHeader.h>
+#include <elmu/logging/LogTargetDefault.h>
 #include "support/LogHome.h"
 
 namespace {

@@ -1,4 +1,4 @@
-#include "logging/LogHeader.h"
+#include <elmu/logging/LogHeader.h>
 
 #include <algorithm>
 #include <ctime>
@@ -12,7 +12,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "logging/LogTargetDefault.h"
+#include <elmu/logging/LogTargetDefault.h>
 #include "support/Clock.h"
 #include "support/FileTargetTest.h"
 #include "support/Scopes.h"

@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "logging/LogLevel.h"
+#include <elmu/logging/LogLevel.h>
 
 namespace {
 

@@ -13,9 +13,9 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "logging/BinaryLock.h"
-#include "logging/LogTargetDefault.h"
-#include "logging/LoggingCore.h"
+#include <elmu/logging/BinaryLock.h>
+#include <elmu/logging/LogTargetDefault.h>
+#include <elmu/logging/LoggingCore.h>
 #include "support/Clock.h"
 #include "support/FileTargetTest.h"
 #include "support/InChild.h"

@@ -10,8 +10,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "logging/Logger.h"
-#include "logging/LoggingCore.h"
+#include <elmu/logging/Logger.h>
+#include <elmu/logging/LoggingCore.h>
 #include "support/LogHome.h"
 #include "support/RecordingTarget.h"
 #include "support/VirtualPlace.h"

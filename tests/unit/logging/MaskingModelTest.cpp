@@ -6,8 +6,8 @@
 
 #include <gtest/gtest.h>
 
-#include "logging/LogTargetDefault.h"
-#include "logging/SensitiveData.h"
+#include <elmu/logging/LogTargetDefault.h>
+#include <elmu/logging/SensitiveData.h>
 #include "support/LogHome.h"
 
 /// The rules for tokens and elements once more, as plainly as they can be said, against the library's.

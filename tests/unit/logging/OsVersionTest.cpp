@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "logging/LogHeader.h"
+#include <elmu/logging/LogHeader.h>
 #include "support/ScriptedHost.h"
 
 namespace {

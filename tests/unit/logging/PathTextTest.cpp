@@ -3,7 +3,7 @@
 
 #include <gtest/gtest.h>
 
-#include "logging/PathText.h"
+#include <elmu/logging/PathText.h>
 
 namespace {
 

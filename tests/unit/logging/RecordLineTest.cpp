@@ -6,7 +6,7 @@
 
 #include <gtest/gtest.h>
 
-#include "logging/LogTargetDefault.h"
+#include <elmu/logging/LogTargetDefault.h>
 #include "support/Clock.h"
 #include "support/LogHome.h"
 #include "support/Scopes.h"

@@ -6,7 +6,7 @@
 
 #include <gtest/gtest.h>
 
-#include "logging/Segmentation.h"
+#include <elmu/logging/Segmentation.h>
 
 /// Retention once more, told step by step, against the library's.
 namespace {

@@ -16,8 +16,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "logging/LogTargetDefault.h"
-#include "logging/LoggingCore.h"
+#include <elmu/logging/LogTargetDefault.h>
+#include <elmu/logging/LoggingCore.h>
 #include "support/Clock.h"
 #include "support/FileTargetTest.h"
 #include "support/InChild.h"

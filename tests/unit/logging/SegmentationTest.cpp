@@ -1,4 +1,4 @@
-#include "logging/Segmentation.h"
+#include <elmu/logging/Segmentation.h>
 
 #include <ctime>
 #include <string>
@@ -7,7 +7,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "logging/PathText.h"
+#include <elmu/logging/PathText.h>
 #include "support/Scopes.h"
 
 namespace {

@@ -1,4 +1,4 @@
-#include "logging/SensitiveData.h"
+#include <elmu/logging/SensitiveData.h>
 
 #include <cstdarg>
 #include <stdexcept>
@@ -9,8 +9,8 @@
 #include <gtest/gtest.h>
 
 #include "Allocations.h"
-#include "logging/ArgumentList.h"
-#include "logging/LogTargetDefault.h"
+#include <elmu/logging/ArgumentList.h>
+#include <elmu/logging/LogTargetDefault.h>
 #include "support/FileTargetTest.h"
 #include "support/LogHome.h"
 

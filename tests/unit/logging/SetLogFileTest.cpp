@@ -7,8 +7,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "logging/LogTargetDefault.h"
-#include "logging/LoggingCore.h"
+#include <elmu/logging/LogTargetDefault.h>
+#include <elmu/logging/LoggingCore.h>
 #include "support/InChild.h"
 #include "support/LogHome.h"
 #include "support/RecordingTarget.h"

@@ -3,7 +3,7 @@
 
 #include <gtest/gtest.h>
 
-#include "logging/StringUtils.h"
+#include <elmu/logging/StringUtils.h>
 
 namespace {
 

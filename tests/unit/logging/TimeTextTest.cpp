@@ -9,8 +9,8 @@
 
 #include <gtest/gtest.h>
 
-#include "logging/ArgumentList.h"
-#include "logging/TimeText.h"
+#include <elmu/logging/ArgumentList.h>
+#include <elmu/logging/TimeText.h>
 #include "support/Clock.h"
 #include "support/Scopes.h"
 

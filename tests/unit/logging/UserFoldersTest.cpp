@@ -4,7 +4,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "logging/UserFolders.h"
+#include <elmu/logging/UserFolders.h>
 #include "support/InChild.h"
 #include "support/LogHome.h"
 

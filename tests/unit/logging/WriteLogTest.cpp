@@ -13,11 +13,11 @@
 #include <sys/sem.h>
 #include <unistd.h>
 
-#include "logging/ArgumentList.h"
-#include "logging/BinaryLock.h"
-#include "logging/LogTargetDefault.h"
-#include "logging/Logger.h"
-#include "logging/LoggingCore.h"
+#include <elmu/logging/ArgumentList.h>
+#include <elmu/logging/BinaryLock.h>
+#include <elmu/logging/LogTargetDefault.h>
+#include <elmu/logging/Logger.h>
+#include <elmu/logging/LoggingCore.h>
 #include "support/Clock.h"
 #include "support/FileTargetTest.h"
 #include "support/Scopes.h"

@@ -6,7 +6,7 @@
 #include "support/ReportReceivers.h"
 #include "support/TempFolder.h"
 #include "support/WorkingFolder.h"
-#include "utils/FileUtils.h"
+#include <elmu/utils/FileUtils.h>
 
 namespace fs = std::filesystem;
 

@@ -1,4 +1,4 @@
-#include "utils/CommandLineParser.h"
+#include <elmu/utils/CommandLineParser.h>
 
 #include <string>
 #include <vector>

@@ -1,4 +1,4 @@
-#include "utils/FileUtils.h"
+#include <elmu/utils/FileUtils.h>
 
 #include <climits>
 #include <cstdlib>

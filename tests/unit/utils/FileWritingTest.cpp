@@ -11,7 +11,7 @@
 #include "support/Scopes.h"
 #include "support/TempFolder.h"
 #include "support/WorkingFolder.h"
-#include "utils/FileUtils.h"
+#include <elmu/utils/FileUtils.h>
 
 namespace fs = std::filesystem;
 

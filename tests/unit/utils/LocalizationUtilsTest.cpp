@@ -1,4 +1,4 @@
-#include "utils/LocalizationUtils.h"
+#include <elmu/utils/LocalizationUtils.h>
 
 #include <string>
 #include <utility>
@@ -7,7 +7,7 @@
 #include <gtest/gtest.h>
 
 #include "support/ScriptedHost.h"
-#include "utils/LanguageConversionTable.h"
+#include <elmu/utils/LanguageConversionTable.h>
 
 using ELMUUtils::Convert1766ToKorvaneLanguage;
 using ELMUUtils::LocalizationUtils;

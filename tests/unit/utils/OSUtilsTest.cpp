@@ -1,4 +1,4 @@
-#include "utils/OSUtils.h"
+#include <elmu/utils/OSUtils.h>
 
 #include <climits>
 #include <string>

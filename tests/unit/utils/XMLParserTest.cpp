@@ -1,4 +1,4 @@
-#include "utils/XMLParser.h"
+#include <elmu/utils/XMLParser.h>
 
 #include <string>
 #include <vector>
