@@ -14,7 +14,7 @@ int main(int argc, char* argv[]) {
     std::signal(SIGPIPE, SIG_IGN);
 
     elmu::LogTargetDefault target("HCDCustomHook");
-    target.setLogLevel(elmu::INFO);
+    target.setLogLevel(elmu::levels::info);
     target.setLogFile("HCD.log", "");
     elmu::LoggingCore::getInstance()->registerTarget(&target);
 

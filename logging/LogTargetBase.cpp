@@ -1,10 +1,10 @@
 #include <elmu/logging/LogTargetBase.h>
 
+#include "platform/Files.h"
+#include "platform/Users.h"
 #include <elmu/logging/FileProbes.h>
 #include <elmu/logging/PathText.h>
 #include <elmu/logging/UserFolders.h>
-#include "platform/Files.h"
-#include "platform/Users.h"
 
 namespace elmu {
 
@@ -17,14 +17,14 @@ bool replaceLastPathComponent(std::string& path, const std::string& name) {
 /// `level` made more verbose by the marker files in `folder`, of which those with the base name of `logName`
 /// come first. A step that fails leaves the level as it is.
 Log_Level levelByMarkers(Log_Level level, const std::string& folder, const std::string& logName) {
-    const Log_Level debugLevel = level > DEBUG ? DEBUG : level;
+    const Log_Level debugLevel = level > levels::debug ? levels::debug : level;
     std::string name = logName;
     std::string marker = folder;
     if (!changeFileExtension(name, "trace") || !appendPath(marker, name)) {
         return level;
     }
     if (fileExistsAtPath(marker)) {
-        return TRACE;
+        return levels::trace;
     }
     if (changeFileExtension(marker, "debug") && fileExistsAtPath(marker)) {
         return debugLevel;
@@ -33,7 +33,7 @@ Log_Level levelByMarkers(Log_Level level, const std::string& folder, const std::
         return level;
     }
     if (fileExistsAtPath(marker)) {
-        return TRACE;
+        return levels::trace;
     }
     if (replaceLastPathComponent(marker, "ruk.debug") && fileExistsAtPath(marker)) {
         return debugLevel;
@@ -60,9 +60,9 @@ void giveToConsoleUser(const std::string& folder) {
 } // namespace
 
 LogTargetBase::LogTargetBase()
-    : separator(" | "), logFileName("ELMU.log"), logLevel(INFO), logFileValid(true), streamAttached(false),
-      refCount(0) {
-    setLogLevel(INFO);
+    : separator(" | "), logFileName("ELMU.log"), logLevel(levels::info), logFileValid(true),
+      streamAttached(false), refCount(0) {
+    setLogLevel(levels::info);
     ::pthread_mutex_init(&refCountMutex, nullptr);
 }
 

@@ -3,6 +3,8 @@
 #include <cstdio>
 #include <exception>
 
+#include "platform/Files.h"
+#include "platform/System.h"
 #include <elmu/logging/BinaryLock.h>
 #include <elmu/logging/DatedCopy.h>
 #include <elmu/logging/FileProbes.h>
@@ -12,8 +14,6 @@
 #include <elmu/logging/SensitiveData.h>
 #include <elmu/logging/TimeText.h>
 #include <elmu/logging/UserFolders.h>
-#include "platform/Files.h"
-#include "platform/System.h"
 
 namespace elmu {
 
@@ -177,7 +177,7 @@ bool LogTargetDefault::writeLog(Log_Level level, const char* context1, const cha
         lineStart = mendedEnd();
     }
     if (headerPending) {
-        logHeader(INFO, context1, context2, context3, context4, nullptr, false);
+        logHeader(levels::info, context1, context2, context3, context4, nullptr, false);
     }
     char expanded[kMessageBufferSize];
     expanded[0] = '\0';
@@ -364,7 +364,7 @@ void LogTargetDefault::formatLog(unsigned long long timeMs, Log_Level level, con
     const bool hasToken = carriesToken(text);
     out.reserve(out.size() + kUsualLineSize);
     out.append(time).append(separator);
-    out.append("[").append(getLogLevelString(hasToken ? WARN : level)).append("]").append(separator);
+    out.append("[").append(getLogLevelString(hasToken ? levels::warn : level)).append("]").append(separator);
     for (const char* field : {context1, context2, context3, context4, detail1, detail2}) {
         out.append(orEmpty(field)).append(separator);
     }
@@ -382,21 +382,21 @@ void LogTargetDefault::formatLog(unsigned long long timeMs, Log_Level level, con
 
 std::string LogTargetDefault::getLogLevelString(Log_Level level) const {
     switch (level) {
-    case TRACE:
+    case levels::trace:
         return "TRACE";
-    case DEBUG:
+    case levels::debug:
         return "DEBUG";
-    case INFO:
+    case levels::info:
         return "INFO";
-    case WARN:
+    case levels::warn:
         return "WARN";
-    case ERROR:
+    case levels::error:
         return "ERROR";
-    case FATAL:
+    case levels::fatal:
         return "FATAL";
-    case NONE:
+    case levels::none:
         return "NONE";
-    case ALL:
+    case levels::all:
         break;
     }
     return "ALL";

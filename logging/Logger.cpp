@@ -23,7 +23,7 @@ void Logger::trace(const char* format, ...) {
     }
     std::va_list list;
     va_start(list, format);
-    logit(TRACE, "", "", format, travellingArguments(list));
+    logit(levels::trace, "", "", format, travellingArguments(list));
     va_end(list);
 }
 
@@ -33,7 +33,7 @@ void Logger::debug(const char* format, ...) {
     }
     std::va_list list;
     va_start(list, format);
-    logit(DEBUG, "", "", format, travellingArguments(list));
+    logit(levels::debug, "", "", format, travellingArguments(list));
     va_end(list);
 }
 
@@ -43,7 +43,7 @@ void Logger::info(const char* format, ...) {
     }
     std::va_list list;
     va_start(list, format);
-    logit(INFO, "", "", format, travellingArguments(list));
+    logit(levels::info, "", "", format, travellingArguments(list));
     va_end(list);
 }
 
@@ -53,7 +53,7 @@ void Logger::warn(const char* detail1, const char* format, ...) {
     }
     std::va_list list;
     va_start(list, format);
-    logit(WARN, orEmpty(detail1), "", format, travellingArguments(list));
+    logit(levels::warn, orEmpty(detail1), "", format, travellingArguments(list));
     va_end(list);
 }
 
@@ -63,7 +63,7 @@ void Logger::error(const char* detail1, const char* format, ...) {
     }
     std::va_list list;
     va_start(list, format);
-    logit(ERROR, orEmpty(detail1), "", format, travellingArguments(list));
+    logit(levels::error, orEmpty(detail1), "", format, travellingArguments(list));
     va_end(list);
 }
 
@@ -73,7 +73,7 @@ void Logger::fatal(const char* detail1, const char* format, ...) {
     }
     std::va_list list;
     va_start(list, format);
-    logit(FATAL, orEmpty(detail1), "", format, travellingArguments(list));
+    logit(levels::fatal, orEmpty(detail1), "", format, travellingArguments(list));
     va_end(list);
 }
 
@@ -99,7 +99,7 @@ void Logger::logTrace(const char* replacedContext4, const char* format, ...) {
     }
     std::va_list list;
     va_start(list, format);
-    core->log(identifier.c_str(), TRACE, context1.c_str(), context2.c_str(), context3.c_str(),
+    core->log(identifier.c_str(), levels::trace, context1.c_str(), context2.c_str(), context3.c_str(),
               replacedContext4, "", "", format, travellingArguments(list), 0);
     va_end(list);
 }
@@ -110,7 +110,7 @@ void Logger::logDebug(const char* replacedContext4, const char* format, ...) {
     }
     std::va_list list;
     va_start(list, format);
-    core->log(identifier.c_str(), DEBUG, context1.c_str(), context2.c_str(), context3.c_str(),
+    core->log(identifier.c_str(), levels::debug, context1.c_str(), context2.c_str(), context3.c_str(),
               replacedContext4, "", "", format, travellingArguments(list), 0);
     va_end(list);
 }
@@ -121,7 +121,7 @@ void Logger::logInfo(const char* replacedContext4, const char* format, ...) {
     }
     std::va_list list;
     va_start(list, format);
-    core->log(identifier.c_str(), INFO, context1.c_str(), context2.c_str(), context3.c_str(),
+    core->log(identifier.c_str(), levels::info, context1.c_str(), context2.c_str(), context3.c_str(),
               replacedContext4, "", "", format, travellingArguments(list), 0);
     va_end(list);
 }
@@ -132,7 +132,7 @@ void Logger::logWarn(const char* replacedContext4, const char* detail1, const ch
     }
     std::va_list list;
     va_start(list, format);
-    core->log(identifier.c_str(), WARN, context1.c_str(), context2.c_str(), context3.c_str(),
+    core->log(identifier.c_str(), levels::warn, context1.c_str(), context2.c_str(), context3.c_str(),
               replacedContext4, detail1, "", format, travellingArguments(list), 0);
     va_end(list);
 }
@@ -143,7 +143,7 @@ void Logger::logError(const char* replacedContext4, const char* detail1, const c
     }
     std::va_list list;
     va_start(list, format);
-    core->log(identifier.c_str(), ERROR, context1.c_str(), context2.c_str(), context3.c_str(),
+    core->log(identifier.c_str(), levels::error, context1.c_str(), context2.c_str(), context3.c_str(),
               replacedContext4, detail1, "", format, travellingArguments(list), 0);
     va_end(list);
 }
@@ -154,7 +154,7 @@ void Logger::logFatal(const char* replacedContext4, const char* detail1, const c
     }
     std::va_list list;
     va_start(list, format);
-    core->log(identifier.c_str(), FATAL, context1.c_str(), context2.c_str(), context3.c_str(),
+    core->log(identifier.c_str(), levels::fatal, context1.c_str(), context2.c_str(), context3.c_str(),
               replacedContext4, detail1, "", format, travellingArguments(list), 0);
     va_end(list);
 }

@@ -19,21 +19,28 @@ class Logger : public AbstractLogger {
     /// The identifier to address and the four context texts. Null arguments leave their field empty.
     Logger(const char* id, const char* first, const char* second, const char* third, const char* fourth);
 
-    void trace(const char* format, ...) override;
-    void debug(const char* format, ...) override;
-    void info(const char* format, ...) override;
-    void warn(const char* detail1, const char* format, ...) override;
-    void error(const char* detail1, const char* format, ...) override;
-    void fatal(const char* detail1, const char* format, ...) override;
-    void log(Log_Level level, const char* detail1, const char* detail2, const char* format, ...) override;
+    [[gnu::__format__(__printf__, 2, 3)]] void trace(const char* format, ...) override;
+    [[gnu::__format__(__printf__, 2, 3)]] void debug(const char* format, ...) override;
+    [[gnu::__format__(__printf__, 2, 3)]] void info(const char* format, ...) override;
+    [[gnu::__format__(__printf__, 3, 4)]] void warn(const char* detail1, const char* format, ...) override;
+    [[gnu::__format__(__printf__, 3, 4)]] void error(const char* detail1, const char* format, ...) override;
+    [[gnu::__format__(__printf__, 3, 4)]] void fatal(const char* detail1, const char* format, ...) override;
+    [[gnu::__format__(__printf__, 5, 6)]] void log(Log_Level level, const char* detail1, const char* detail2,
+                                                   const char* format, ...) override;
     void logit(Log_Level level, const char* detail1, const char* detail2, const char* format,
                char* args) override;
-    void logTrace(const char* context4, const char* format, ...) override;
-    void logDebug(const char* context4, const char* format, ...) override;
-    void logInfo(const char* context4, const char* format, ...) override;
-    void logWarn(const char* context4, const char* detail1, const char* format, ...) override;
-    void logError(const char* context4, const char* detail1, const char* format, ...) override;
-    void logFatal(const char* context4, const char* detail1, const char* format, ...) override;
+    [[gnu::__format__(__printf__, 3, 4)]] void logTrace(const char* context4, const char* format,
+                                                        ...) override;
+    [[gnu::__format__(__printf__, 3, 4)]] void logDebug(const char* context4, const char* format,
+                                                        ...) override;
+    [[gnu::__format__(__printf__, 3, 4)]] void logInfo(const char* context4, const char* format,
+                                                       ...) override;
+    [[gnu::__format__(__printf__, 4, 5)]] void logWarn(const char* context4, const char* detail1,
+                                                       const char* format, ...) override;
+    [[gnu::__format__(__printf__, 4, 5)]] void logError(const char* context4, const char* detail1,
+                                                        const char* format, ...) override;
+    [[gnu::__format__(__printf__, 4, 5)]] void logFatal(const char* context4, const char* detail1,
+                                                        const char* format, ...) override;
 
   private:
     LoggingCore* core;

@@ -20,9 +20,9 @@ bool beginsWithOneOf(const std::vector<std::string>& prefixes, const std::string
 
 long long segmentSizeLimit(Log_Level level) {
     switch (level) {
-    case TRACE:
+    case levels::trace:
         return 50 * kMebibyte;
-    case DEBUG:
+    case levels::debug:
         return 20 * kMebibyte;
     default:
         return 10 * kMebibyte;

@@ -19,12 +19,12 @@ constexpr const char* kComponent = "FileUtils";
 platform::FolderAttributes attributesFromAncestor(const std::string& path, void* logger) {
     const std::string ancestor = FileUtils::GetExistentParentDirectory(path);
     // The empty text stands where the format belongs: receivers of these two records rely on it.
-    report(logger, kComponent, elmu::INFO, "", " shouldSetPermission is true, parent folder found  =  %s ",
-           ancestor.c_str());
+    report(logger, kComponent, elmu::levels::info, "",
+           " shouldSetPermission is true, parent folder found  =  %s ", ancestor.c_str());
     platform::FolderAttributes attributes{.owner = {}, .group = {}, .mode = 0775};
     const auto info = platform::entryInfo(ancestor.c_str());
     if (info && !info->isLink) {
-        report(logger, kComponent, elmu::INFO, "", "shouldSetPermission is true,owner =%d,group =%d",
+        report(logger, kComponent, elmu::levels::info, "", "shouldSetPermission is true,owner =%d,group =%d",
                info->owner, info->group);
         attributes.group = info->group;
         attributes.owner = info->owner;
@@ -71,7 +71,7 @@ bool FileUtils::CreateDirectoryAtPathEx(const std::string& path, void* logger, b
     if (!error) {
         return true;
     }
-    report(logger, kComponent, elmu::ERROR, "Failed to create directory at path ex %s ", path.c_str(),
+    report(logger, kComponent, elmu::levels::error, "Failed to create directory at path ex %s ", path.c_str(),
            error.message().c_str());
     return false;
 }
@@ -95,12 +95,14 @@ bool FileUtils::DeleteDirectoryAtPath(const std::string& path, std::vector<std::
         return false;
     }
     if (const std::error_code error = platform::removeTree(path.c_str())) {
-        report(logger, kComponent, elmu::WARN, "Failed to remove file. Error: %s", error.message().c_str());
+        report(logger, kComponent, elmu::levels::warn, "Failed to remove file. Error: %s",
+               error.message().c_str());
         return false;
     }
     if (logSuccess) {
-        report(logger, kComponent, elmu::INFO, "Successfully deleted directory from path: %s. Recursive: %d",
-               path.c_str(), recursive ? 1 : 0);
+        report(logger, kComponent, elmu::levels::info,
+               "Successfully deleted directory from path: %s. Recursive: %d", path.c_str(),
+               recursive ? 1 : 0);
     }
     return true;
 }

@@ -19,7 +19,7 @@ XMLParser::~XMLParser() {
 
 bool XMLParser::initWithXMLString(const std::string& xml) {
     if (document != nullptr) {
-        report(logger, kComponent, elmu::WARN,
+        report(logger, kComponent, elmu::levels::warn,
                "Error Description : XML is already initialized, tring to initilize again.");
         return false;
     }
@@ -31,7 +31,7 @@ bool XMLParser::initWithXMLString(const std::string& xml) {
         document = parsed.document;
         return true;
     }
-    report(logger, kComponent, elmu::DEBUG,
+    report(logger, kComponent, elmu::levels::debug,
            parsed.raised ? "Exception in initWithXMLString, error description - %s"
                          : "Error in initWithXMLString, error description - %s",
            parsed.error.value_or("").c_str());
@@ -40,7 +40,7 @@ bool XMLParser::initWithXMLString(const std::string& xml) {
 
 bool XMLParser::getRootNode(void*& node) {
     if (document == nullptr) {
-        report(logger, kComponent, elmu::DEBUG, "Error in getRootNode");
+        report(logger, kComponent, elmu::levels::debug, "Error in getRootNode");
         return false;
     }
     node = platform::xmlRootElement(document);
@@ -50,7 +50,8 @@ bool XMLParser::getRootNode(void*& node) {
 bool XMLParser::createNodeWithNameAndValue(const std::string& name, const std::string& value, void*& node) {
     void* element = platform::createXmlElement(name.c_str(), value.c_str());
     if (element == nullptr) {
-        report(logger, kComponent, elmu::DEBUG, "Error in createNodeWithNameAndValue, XML Not initialized.");
+        report(logger, kComponent, elmu::levels::debug,
+               "Error in createNodeWithNameAndValue, XML Not initialized.");
         return false;
     }
     nodeList.push_back(element);
@@ -60,12 +61,13 @@ bool XMLParser::createNodeWithNameAndValue(const std::string& name, const std::s
 
 bool XMLParser::addChildToNode(const std::string& name, const std::string& value, void* parent) {
     if (parent == nullptr) {
-        report(logger, kComponent, elmu::DEBUG, "Error in createNodeWithNameAndValue, node is null!");
+        report(logger, kComponent, elmu::levels::debug, "Error in createNodeWithNameAndValue, node is null!");
         return false;
     }
     void* child = nullptr;
     if (!createNodeWithNameAndValue(name, value, child)) {
-        report(logger, kComponent, elmu::DEBUG, "createNodeWithNameAndValue fails inside addChildToNode!");
+        report(logger, kComponent, elmu::levels::debug,
+               "createNodeWithNameAndValue fails inside addChildToNode!");
         return false;
     }
     platform::appendXmlChild(parent, child);
@@ -74,7 +76,7 @@ bool XMLParser::addChildToNode(const std::string& name, const std::string& value
 
 bool XMLParser::addAttributeToNode(void* node, const std::string& name, const std::string& value) {
     if (node == nullptr) {
-        report(logger, kComponent, elmu::DEBUG, "Error in addAttributeToNode, node is null!");
+        report(logger, kComponent, elmu::levels::debug, "Error in addAttributeToNode, node is null!");
         return false;
     }
     platform::setXmlAttribute(node, name.c_str(), value.c_str());
@@ -83,7 +85,7 @@ bool XMLParser::addAttributeToNode(void* node, const std::string& name, const st
 
 bool XMLParser::getXMLString(std::string& xml) {
     if (document == nullptr) {
-        report(logger, kComponent, elmu::DEBUG, "Error in getXMLString");
+        report(logger, kComponent, elmu::levels::debug, "Error in getXMLString");
         return false;
     }
     const auto text = platform::printXml(document);
