@@ -8,6 +8,7 @@ declare -A packages=(
     [test]="libgtest-dev libgmock-dev"
     [foundation]="gobjc++ libgnustep-base-dev make"
     [machines]="g++-12-multilib g++-aarch64-linux-gnu qemu-user googletest clang libc++-14-dev libc++abi-14-dev"
+    [consumer]="bubblewrap clang g++-12-multilib"
     [bench]=""
     [check]="git clang clang-format clang-tidy shellcheck"
 )

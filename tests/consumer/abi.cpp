@@ -30,7 +30,8 @@ bool guardsAreWhole(const GuardedTime& guarded) {
 
 } // namespace
 
-/// Prints what a program and the library must agree on: the same lines whatever macros this file is compiled with.
+/// Prints what a program and the library must agree on: the same lines whatever macros this file is compiled
+/// with.
 int main() {
     std::printf("LogTargetBase %zu\n", sizeof(elmu::LogTargetBase));
     std::printf("LogTargetDefault %zu\n", sizeof(elmu::LogTargetDefault));

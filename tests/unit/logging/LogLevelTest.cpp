@@ -25,4 +25,15 @@ TEST(LogLevel, PutsAllBelowEveryLevelWithAName) {
     EXPECT_LT(elmu::ALL, elmu::TRACE);
 }
 
+TEST(LogLevel, HasATwinInLowerCaseForEveryName) {
+    EXPECT_EQ(elmu::levels::all, elmu::ALL);
+    EXPECT_EQ(elmu::levels::trace, elmu::TRACE);
+    EXPECT_EQ(elmu::levels::debug, elmu::DEBUG);
+    EXPECT_EQ(elmu::levels::info, elmu::INFO);
+    EXPECT_EQ(elmu::levels::warn, elmu::WARN);
+    EXPECT_EQ(elmu::levels::error, elmu::ERROR);
+    EXPECT_EQ(elmu::levels::fatal, elmu::FATAL);
+    EXPECT_EQ(elmu::levels::none, elmu::NONE);
+}
+
 } // namespace
