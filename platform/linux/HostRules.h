@@ -18,8 +18,9 @@ struct LanguageVariables {
     std::string_view lang;       ///< LANG
 };
 
-/// The entries of LANGUAGE, then the locale of messages, as tags and each of them once. In the C locale
-/// LANGUAGE does not count.
+/// Returns the entries of LANGUAGE, then the locale of messages, as tags and each of them once. As in
+/// gettext, LANGUAGE does not count in the C locale, and an entry that names the C locale ("C", "POSIX", also
+/// with a codeset) ends the list: it asks for untranslated text before anything that follows it.
 std::vector<std::string> languagesFrom(const LanguageVariables& variables);
 
 /// The locale of characters, codeset and modifier cut off.

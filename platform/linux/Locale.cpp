@@ -32,16 +32,13 @@ std::string_view withoutCodesetAndModifier(std::string_view locale) {
 
 bool isCLocale(std::string_view locale) {
     const std::string_view name = withoutCodesetAndModifier(locale);
-    return name.empty() || name == "C" || name == "POSIX";
+    return name == "C" || name == "POSIX";
 }
 
 void addLanguage(std::vector<std::string>& languages, std::string_view locale) {
-    if (isCLocale(locale)) {
-        return;
-    }
     std::string tag(withoutCodesetAndModifier(locale));
     std::replace(tag.begin(), tag.end(), '_', '-');
-    if (std::find(languages.begin(), languages.end(), tag) == languages.end()) {
+    if (!tag.empty() && std::find(languages.begin(), languages.end(), tag) == languages.end()) {
         languages.push_back(std::move(tag));
     }
 }
@@ -50,13 +47,17 @@ void addLanguage(std::vector<std::string>& languages, std::string_view locale) {
 
 std::vector<std::string> languagesFrom(const LanguageVariables& variables) {
     const std::string_view locale = firstSet({variables.lcAll, variables.lcMessages, variables.lang});
-    if (isCLocale(locale)) {
+    if (locale.empty() || isCLocale(locale)) {
         return {};
     }
     std::vector<std::string> languages;
     for (std::string_view rest = variables.language; !rest.empty();) {
         const std::size_t length = std::min(rest.find(':'), rest.size());
-        addLanguage(languages, rest.substr(0, length));
+        const std::string_view entry = rest.substr(0, length);
+        if (isCLocale(entry)) {
+            return languages;
+        }
+        addLanguage(languages, entry);
         rest.remove_prefix(std::min(length + 1, rest.size()));
     }
     addLanguage(languages, locale);

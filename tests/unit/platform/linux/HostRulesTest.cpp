@@ -78,8 +78,21 @@ TEST(LanguagesFrom, TheCLocaleHidesTheLocalesAfterIt) {
     EXPECT_THAT(languagesFrom({"", "C", "", "", "de_DE"}), IsEmpty());
 }
 
-TEST(LanguagesFrom, GivesNothingForTheCLocaleAmongTheEntries) {
-    EXPECT_THAT(languagesFrom({"C:de:POSIX", "", "", "", "en_US"}), ElementsAre("de", "en-US"));
+TEST(LanguagesFrom, EndsTheListAtAnEntryOfTheCLocale) {
+    for (const std::string entry : {"C", "POSIX", "C.UTF-8", "C.utf8"}) {
+        EXPECT_THAT(languagesFrom({"de:" + entry + ":fr", "", "", "", "en_US"}), ElementsAre("de")) << entry;
+        EXPECT_THAT(languagesFrom({"de:" + entry, "", "", "", "en_US"}), ElementsAre("de")) << entry;
+        EXPECT_THAT(languagesFrom({entry + ":de", "", "", "", "en_US"}), IsEmpty()) << entry;
+    }
+}
+
+TEST(LanguagesFrom, GoesOnAfterAnEntryThatOnlyBeginsAsTheCLocaleDoes) {
+    EXPECT_THAT(languagesFrom({"Cde:c:POSIXX:fr", "", "", "", "en_US"}),
+                ElementsAre("Cde", "c", "POSIXX", "fr", "en-US"));
+}
+
+TEST(LanguagesFrom, PassesEntriesWithoutALanguageOver) {
+    EXPECT_THAT(languagesFrom({".UTF-8:de:@euro", "", "", "", "en_US"}), ElementsAre("de", "en-US"));
 }
 
 TEST(LanguagesFrom, PassesEmptyEntriesOver) {
