@@ -29,13 +29,18 @@ bool isXml(const std::string& text) {
     return isDocument && text.find('\0') == std::string::npos;
 }
 
-std::string_view withoutByteOrderMark(std::string_view content) {
+/// Returns the content from its markup on: the home platform's reader skips a byte order mark and the blanks
+/// before an XML list. A list of another kind keeps its blanks, and is refused.
+std::string_view plainForm(std::string_view content) {
     constexpr std::string_view mark = "\xEF\xBB\xBF";
-    return content.substr(content.starts_with(mark) ? mark.size() : 0);
+    const std::string_view unmarked = content.substr(content.starts_with(mark) ? mark.size() : 0);
+    const std::size_t start = unmarked.find_first_not_of(" \t\r\n");
+    const bool isMarkup = start != std::string_view::npos && unmarked[start] == '<';
+    return isMarkup ? unmarked.substr(start) : unmarked;
 }
 
 Tree parsed(const std::string& file) {
-    const std::string content(withoutByteOrderMark(file));
+    const std::string content(plainForm(file));
     if (!std::in_range<std::uint32_t>(content.size())) {
         return nullptr;
     }

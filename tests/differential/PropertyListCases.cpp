@@ -95,7 +95,7 @@ class XmlWriter {
         const std::string type = "<!DOCTYPE plist PUBLIC \"-//Apple//DTD PLIST 1.0//EN\" "
                                  "\"http://www.apple.com/DTDs/PropertyList-1.0.dtd\">\n";
         const Texts openings = {"<plist version=\"1.0\">", "<plist version=\"1.0\">\n", "<plist>"};
-        const std::string head = some(30, "\uFEFF") + some(60, " ") + random.of(declarations) +
+        const std::string head = some(30, "\uFEFF") + some(20, "\n ") + random.of(declarations) +
                                  some(10, "<!-- c -->") + (random.oneIn(3) ? "" : type);
         const std::string body = written(root);
         return head + (random.oneIn(20)

@@ -170,6 +170,21 @@ TEST(PropertyList, ReadsAnXmlListWithAByteOrderMark) {
     EXPECT_EQ(textIn("\xEF\xBB\xBF" + xmlEntry("<string>4.3.0</string>")), "4.3.0");
 }
 
+TEST(PropertyList, ReadsAnXmlListWithBlanksBeforeItsDeclaration) {
+    const std::string list = xmlEntry("<string>4.3.0</string>");
+    for (const std::string blanks : {"\n", "\r\n", " ", "\t", "\n\n \t\r\n", "\xEF\xBB\xBF\n"}) {
+        EXPECT_EQ(textIn(blanks + list), "4.3.0") << blanks;
+    }
+}
+
+TEST(PropertyList, ReadsAnXmlListWithBlanksBeforeItsFirstTag) {
+    EXPECT_EQ(textIn("\n <plist><dict><key>" + versionKey + "</key><string>1</string></dict></plist>"), "1");
+}
+
+TEST(PropertyList, GivesNothingForABinaryListWithBlanksBeforeIt) {
+    EXPECT_EQ(textIn("\n" + binaryEntry(binaryText("4.3.0"))), "nothing");
+}
+
 TEST(PropertyList, FindsTheKeyAmongContainers) {
     EXPECT_EQ(textIn(xmlList("<dict><key>a</key><dict><key>" + versionKey +
                              "</key><string>inner</string></dict><key>" + versionKey +
