@@ -81,7 +81,11 @@ std::string FileUtils::GetExistentParentDirectory(std::string path) {
     while (!path.empty() && !PathExists(path, nullptr)) {
         std::string copy = path;
         const char* const parent = ::dirname(copy.data());
-        path = parent ? parent : ""; // some systems refuse a long path
+        const std::string next = parent ? parent : ""; // some systems refuse a long path
+        if (next == path) {
+            break; // "." in a working directory that may not be searched
+        }
+        path = next;
     }
     return path;
 }

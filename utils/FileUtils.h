@@ -65,8 +65,9 @@ class FileUtils {
     /// failure is reported at ERROR. `path` must not be empty when `shouldSetPermission` is set.
     static bool CreateDirectoryAtPathEx(const std::string& path, void* logger, bool shouldSetPermission);
 
-    /// `path` itself if something is there, else its nearest existing ancestor; "." or "/" at the latest.
-    /// `path` must not be empty: an empty one has no ancestor and comes back as it is.
+    /// Returns `path` itself if something is there, else its nearest existing ancestor; "." or "/" at the
+    /// latest, even if the working directory may not be searched. `path` must not be empty: an empty one has
+    /// no ancestor and comes back as it is.
     static std::string GetExistentParentDirectory(std::string path);
 
     /// Removes the file or folder at `path`; a folder with entries only when `recursive` is set. False

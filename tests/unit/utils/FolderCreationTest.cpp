@@ -12,6 +12,7 @@
 
 #include "support/InChild.h"
 #include "support/ReportReceivers.h"
+#include "support/Scopes.h"
 #include "support/TempFolder.h"
 #include "support/WorkingFolder.h"
 
@@ -428,6 +429,19 @@ TEST_F(ExistentParent, IsTheWorkingFolderAtTheLatestForARelativePath) {
     WorkingFolder inside(temp.path());
     EXPECT_EQ(FileUtils::GetExistentParentDirectory("x/y/z"), ".");
     EXPECT_EQ(FileUtils::GetExistentParentDirectory("x"), ".");
+}
+
+TEST_F(ExistentParent, IsTheWorkingFolderEvenIfItMayNotBeSearched) {
+    constexpr unsigned muchLongerThanItTakes = 20;
+    support::inChild([this] {
+        fs::current_path(temp.path());
+        fs::permissions(".", fs::perms::none);
+        support::becomeOrdinaryUser();
+        const support::ScopedAlarm limit(muchLongerThanItTakes);
+        ASSERT_FALSE(FileUtils::PathExists(".", nullptr));
+        EXPECT_EQ(FileUtils::GetExistentParentDirectory("x/y/z"), ".");
+        EXPECT_EQ(FileUtils::GetExistentParentDirectory("."), ".");
+    });
 }
 
 TEST_F(ExistentParent, IsFoundAboveANameThatIsTooLong) {
