@@ -11,7 +11,7 @@ namespace {
 /// So many names, from that of `now` on, are looked at.
 constexpr int kSecondsTried = 100;
 
-std::string datedName(const std::string& path, std::time_t second) {
+std::string datedName(const std::string& path, std::int64_t second) {
     std::string name = path;
     appendTimeStampToFile(name, second);
     return name;
@@ -19,8 +19,8 @@ std::string datedName(const std::string& path, std::time_t second) {
 
 /// The second after the last one near `now` whose name is taken. A gap before it is not used: pruning may
 /// have made it, and a copy in it would be the next to go.
-std::time_t freeSecond(const std::string& path, std::time_t now) {
-    std::time_t free = now;
+std::int64_t freeSecond(const std::string& path, std::int64_t now) {
+    std::int64_t free = now;
     for (int later = 0; later < kSecondsTried; ++later) {
         if (platform::entryExists(datedName(path, now + later).c_str())) {
             free = now + later + 1;
@@ -37,8 +37,8 @@ std::string unfinishedName(const std::string& path) {
 
 } // namespace
 
-std::optional<std::time_t> makeDatedCopy(const std::string& path, std::time_t now) {
-    const std::time_t second = freeSecond(path, now);
+std::optional<std::int64_t> makeDatedCopy(const std::string& path, std::int64_t now) {
+    const std::int64_t second = freeSecond(path, now);
     const std::string copy = datedName(path, second);
     const std::string unfinished = unfinishedName(path);
     platform::removeEntry(unfinished.c_str());

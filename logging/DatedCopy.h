@@ -1,6 +1,6 @@
 #pragma once
 
-#include <ctime>
+#include <cstdint>
 #include <optional>
 #include <string>
 
@@ -12,6 +12,6 @@ namespace elmu {
 /// than those of the copies made in the same second: when names from `now` on are taken, it is named after
 /// the second that follows the last of them. The second in its name; nothing, with `path` untouched in any
 /// case, when the copying fails. To be called by one process at a time.
-std::optional<std::time_t> makeDatedCopy(const std::string& path, std::time_t now);
+std::optional<std::int64_t> makeDatedCopy(const std::string& path, std::int64_t now);
 
 } // namespace elmu

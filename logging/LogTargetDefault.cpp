@@ -270,7 +270,7 @@ bool LogTargetDefault::removeLogFilesExceptLastN(int count) {
     return false;
 }
 
-void LogTargetDefault::prune(int count, std::time_t now) const {
+void LogTargetDefault::prune(int count, std::int64_t now) const {
     std::string basePath = logFilePath;
     removeFileExtension(basePath);
     LogFamily log;
@@ -323,17 +323,18 @@ void LogTargetDefault::WriteStream(const char* text) {
 }
 
 void LogTargetDefault::getTimeStr(unsigned long long timeMs, char* buffer) {
-    timeval time = {};
+    auto seconds = static_cast<std::int64_t>(timeMs / 1000);
+    auto milliseconds = static_cast<int>(timeMs % 1000);
     if (timeMs == 0) {
-        getCurrentTime(time);
-    } else {
-        time.tv_sec = static_cast<std::time_t>(timeMs / 1000);
-        time.tv_usec = static_cast<suseconds_t>(timeMs % 1000 * 1000);
+        timeval now = {};
+        getCurrentTime(now);
+        seconds = now.tv_sec;
+        milliseconds = static_cast<int>(now.tv_usec / 1000);
     }
-    lastRecordTime = static_cast<std::int32_t>(time.tv_sec);
-    const std::size_t length = timeMs == 0 ? currentSecond.format(time.tv_sec, buffer, kTimeBufferSize)
-                                           : formatLocalTime(time.tv_sec, "%x %X", buffer, kTimeBufferSize);
-    std::snprintf(buffer + length, kTimeBufferSize - length, ":%.3d", static_cast<int>(time.tv_usec / 1000));
+    lastRecordTime = static_cast<std::int32_t>(seconds);
+    const std::size_t length = timeMs == 0 ? currentSecond.format(seconds, buffer, kTimeBufferSize)
+                                           : formatLocalTime(seconds, "%x %X", buffer, kTimeBufferSize);
+    std::snprintf(buffer + length, kTimeBufferSize - length, ":%.3d", milliseconds);
 }
 
 std::string LogTargetDefault::getCurrentThreadID() const {

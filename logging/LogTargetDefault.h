@@ -128,7 +128,7 @@ class LogTargetDefault : public LogTargetBase {
     void openLineBuffer();
     void checkSizeWhenDue();
     std::streamoff mendedEnd();
-    void prune(int count, std::time_t now) const;
+    void prune(int count, std::int64_t now) const;
     void closeStream();
     void closeLock();
 };

@@ -71,7 +71,7 @@ bool appendTimeStampToFile(std::string& path) {
     return appendTimeStampToFile(path, now.tv_sec);
 }
 
-bool appendTimeStampToFile(std::string& path, std::time_t now) {
+bool appendTimeStampToFile(std::string& path, std::int64_t now) {
     std::string stamped = path;
     removeFileExtension(stamped);
     std::string stamp;

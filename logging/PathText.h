@@ -1,6 +1,6 @@
 #pragma once
 
-#include <ctime>
+#include <cstdint>
 #include <string>
 
 /// Path texts, edited in place by the rules of platform/Paths.h. Each returns false and leaves its output as
@@ -38,6 +38,6 @@ bool isFileName(const std::string& name);
 bool appendTimeStampToFile(std::string& path);
 
 /// The same with `now` in seconds since the epoch.
-bool appendTimeStampToFile(std::string& path, std::time_t now);
+bool appendTimeStampToFile(std::string& path, std::int64_t now);
 
 } // namespace elmu

@@ -36,7 +36,7 @@ bool asksToKeepLogs(std::string_view firstBytes) {
 
 std::string logFolder(const std::string& path) { return path.substr(0, path.rfind('/')); }
 
-std::vector<std::string> recentDatePrefixes(const std::string& baseName, int days, std::time_t now) {
+std::vector<std::string> recentDatePrefixes(const std::string& baseName, int days, std::int64_t now) {
     std::vector<std::string> prefixes;
     for (int day = 0; day < days; ++day) {
         std::string date;

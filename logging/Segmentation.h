@@ -1,6 +1,6 @@
 #pragma once
 
-#include <ctime>
+#include <cstdint>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -22,7 +22,7 @@ std::string logFolder(const std::string& path);
 
 /// How the names of copies from the latest `days` days begin: `baseName`, a blank, and the local date of
 /// `now`, of the day before, and so on. Empty when `days` is 0 or negative.
-std::vector<std::string> recentDatePrefixes(const std::string& baseName, int days, std::time_t now);
+std::vector<std::string> recentDatePrefixes(const std::string& baseName, int days, std::int64_t now);
 
 /// What pruning has to know of a log.
 struct LogFamily {

@@ -2,6 +2,7 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <ctime>
 
 #include <langinfo.h>
 
@@ -11,15 +12,15 @@ namespace elmu {
 
 namespace {
 
-constexpr long long kSecondsPerDay = 86400;
+constexpr std::int64_t kSecondsPerDay = 86400;
 
-std::time_t currentSeconds() {
+std::int64_t currentSeconds() {
     timeval now = {};
     getCurrentTime(now);
     return now.tv_sec;
 }
 
-bool assignLocalTime(std::string& text, std::time_t seconds, const char* pattern) {
+bool assignLocalTime(std::string& text, std::int64_t seconds, const char* pattern) {
     char buffer[256];
     const std::size_t length = formatLocalTime(seconds, pattern, buffer, sizeof buffer);
     if (length == 0) {
@@ -31,18 +32,15 @@ bool assignLocalTime(std::string& text, std::time_t seconds, const char* pattern
 
 } // namespace
 
-void getCurrentTime(timeval& now) { ::gettimeofday(&now, nullptr); }
-
 bool getOffSetDate(std::string& date, int days) { return getOffSetDate(date, days, currentSeconds()); }
 
-bool getOffSetDate(std::string& date, int days, std::time_t now) {
-    const auto shifted = static_cast<std::time_t>(now + days * kSecondsPerDay);
-    return assignLocalTime(date, shifted, "%Y-%m-%d");
+bool getOffSetDate(std::string& date, int days, std::int64_t now) {
+    return assignLocalTime(date, now + days * kSecondsPerDay, "%Y-%m-%d");
 }
 
 bool getDatetime(std::string& stamp) { return getDatetime(stamp, currentSeconds()); }
 
-bool getDatetime(std::string& stamp, std::time_t now) {
+bool getDatetime(std::string& stamp, std::int64_t now) {
     return assignLocalTime(stamp, now, "%Y-%m-%d %H-%M-%S");
 }
 
@@ -54,22 +52,23 @@ int getLogMessage(char* buffer, unsigned long size, const char* format, char* ar
     return std::vsnprintf(buffer, size - 1, format, list.get());
 }
 
-std::size_t formatLocalTime(std::time_t seconds, const char* pattern, char* buffer, std::size_t size) {
+std::size_t formatLocalTime(std::int64_t seconds, const char* pattern, char* buffer, std::size_t size) {
     // localtime_r alone may keep to the time zone it saw first.
     ::tzset();
+    const std::time_t time = seconds;
     std::tm local = {};
-    if (::localtime_r(&seconds, &local) == nullptr) {
+    if (::localtime_r(&time, &local) == nullptr) {
         return 0;
     }
     return std::strftime(buffer, size, pattern, &local);
 }
 
-bool CurrentSecondText::holds(std::time_t seconds, const char* zone, const char* locale) const {
+bool CurrentSecondText::holds(std::int64_t seconds, const char* zone, const char* locale) const {
     const bool sameZone = zone == nullptr ? !heldZone : heldZone == zone;
     return !heldText.empty() && seconds == heldSeconds && sameZone && locale == heldLocale;
 }
 
-std::size_t CurrentSecondText::format(std::time_t seconds, char* buffer, std::size_t size) {
+std::size_t CurrentSecondText::format(std::int64_t seconds, char* buffer, std::size_t size) {
     const char* zone = std::getenv("TZ");
     const char* locale = ::nl_langinfo(D_FMT);
     if (holds(seconds, zone, locale)) {

@@ -1,31 +1,34 @@
 #pragma once
 
 #include <cstddef>
-#include <ctime>
+#include <cstdint>
 #include <optional>
 #include <string>
 
 #include <sys/time.h>
 
-/// Times and messages as text. All dates are local time, by the time zone in force at the call.
+/// Times and messages as text. All dates are local time, by the time zone in force at the call. Seconds
+/// travel as 64 bits: on 32-bit systems the size of `time_t` depends on a macro that a program may set
+/// otherwise than the library does.
 namespace elmu {
 
-/// Fills `now` with the current time.
-void getCurrentTime(timeval& now);
+/// Fills `now` with the current time. Each source file has its own copy of this function, because two files
+/// of one program may mean different structures by `timeval`.
+static inline void getCurrentTime(timeval& now) { ::gettimeofday(&now, nullptr); }
 
 /// Puts the date of now plus `days` times 86400 seconds, as 2026-11-16, into `date`. False, with `date`
 /// untouched, when it has no text.
 bool getOffSetDate(std::string& date, int days);
 
 /// The same with `now` in seconds since the epoch.
-bool getOffSetDate(std::string& date, int days, std::time_t now);
+bool getOffSetDate(std::string& date, int days, std::int64_t now);
 
 /// Puts the current date and time, as 2026-11-16 04-49-07, into `stamp`: fit for a file name. False, with
 /// `stamp` untouched, when it has no text.
 bool getDatetime(std::string& stamp);
 
 /// The same with `now` in seconds since the epoch.
-bool getDatetime(std::string& stamp, std::time_t now);
+bool getDatetime(std::string& stamp, std::int64_t now);
 
 /// Formats `format` with a copy of the travelling argument list `args` (see logging/ArgumentList.h) into
 /// `buffer` of `size` bytes, of which the last is never used: at most `size` - 2 characters and a NUL. The
@@ -35,7 +38,7 @@ int getLogMessage(char* buffer, unsigned long size, const char* format, char* ar
 /// Writes `seconds` since the epoch as local time by the `strftime` pattern `pattern` into `buffer` of
 /// `size` bytes. The number of characters without the NUL; 0 when there is no text, and `buffer` is then
 /// undefined.
-std::size_t formatLocalTime(std::time_t seconds, const char* pattern, char* buffer, std::size_t size);
+std::size_t formatLocalTime(std::int64_t seconds, const char* pattern, char* buffer, std::size_t size);
 
 /// The text of the second in which records are being written, so that the records of one second pay for it
 /// once. A change of the variable TZ or of the locale shows at once, a new zone file of the system with the
@@ -43,12 +46,12 @@ std::size_t formatLocalTime(std::time_t seconds, const char* pattern, char* buff
 class CurrentSecondText {
   public:
     /// What `formatLocalTime` gives for "%x %X".
-    std::size_t format(std::time_t seconds, char* buffer, std::size_t size);
+    std::size_t format(std::int64_t seconds, char* buffer, std::size_t size);
 
   private:
-    bool holds(std::time_t seconds, const char* zone, const char* locale) const;
+    bool holds(std::int64_t seconds, const char* zone, const char* locale) const;
 
-    std::time_t heldSeconds = 0;
+    std::int64_t heldSeconds = 0;
     std::optional<std::string> heldZone;
     const char* heldLocale = nullptr;
     std::string heldText;
