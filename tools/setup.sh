@@ -9,6 +9,7 @@ declare -A packages=(
     [foundation]="gobjc++ libgnustep-base-dev make"
     [machines]="g++-12-multilib g++-aarch64-linux-gnu qemu-user googletest clang libc++-14-dev libc++abi-14-dev"
     [consumer]="bubblewrap clang g++-12-multilib"
+    [bare]="debootstrap git"
     [bench]=""
     [check]="git clang clang-format clang-tidy shellcheck"
 )

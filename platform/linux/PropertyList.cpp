@@ -45,10 +45,13 @@ Tree parsed(const std::string& file) {
         return nullptr;
     }
     const auto size = static_cast<std::uint32_t>(content.size());
-    const bool isBinary = ::plist_is_binary(content.data(), size);
     plist_t tree = nullptr;
-    if (isBinary ? isTameBinaryList(content) : isXml(content)) {
-        ::plist_from_memory(content.data(), size, &tree);
+    if (::plist_is_binary(content.data(), size) != 0) {
+        if (isTameBinaryList(content)) {
+            ::plist_from_bin(content.data(), size, &tree);
+        }
+    } else if (isXml(content)) {
+        ::plist_from_xml(content.data(), size, &tree);
     }
     return Tree(tree);
 }
