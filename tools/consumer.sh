@@ -145,7 +145,7 @@ agrees_on_32_bits() {
     for options in "-D_FILE_OFFSET_BITS=64 -D_TIME_BITS=64" "" "-D_FILE_OFFSET_BITS=64" "-DNDEBUG" "-D_GNU_SOURCE"; do
         local -a flags
         read -ra flags <<<"$options"
-        g++ -m32 -idirafter /usr/include/x86_64-linux-gnu -std=c++20 "${flags[@]}" -I "$prefix/include" \
+        g++-12 -m32 -idirafter /usr/include/x86_64-linux-gnu -std=c++20 "${flags[@]}" -I "$prefix/include" \
             -o "$work/abi" "$sources/abi.cpp" "$folder/logging/libelmu_logging.a"
         answer=$("$work/abi")
         printf '%s:\n%s\n' "$options" "$answer"

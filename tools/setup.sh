@@ -1,5 +1,6 @@
 #!/usr/bin/env bash
-# Installs the Debian packages that the given purposes need and that are missing. Quick when none is.
+# Installs the Debian packages that the given purposes need and that are missing. Quick when none is. Debian 12 and 13 have
+# packages of all these names.
 set -euo pipefail
 
 declare -A packages=(
@@ -7,11 +8,11 @@ declare -A packages=(
     [run]="bubblewrap"
     [test]="libgtest-dev libgmock-dev"
     [foundation]="gobjc++ libgnustep-base-dev make"
-    [machines]="g++-12-multilib g++-aarch64-linux-gnu qemu-user googletest clang libc++-14-dev libc++abi-14-dev"
+    [machines]="g++-12-multilib g++-aarch64-linux-gnu qemu-user googletest clang libc++-dev libc++abi-dev"
     [consumer]="bubblewrap clang g++-12-multilib"
     [bare]="debootstrap git"
     [bench]=""
-    [check]="git clang clang-format clang-tidy shellcheck"
+    [check]="git clang clang-format-19 clang-tidy shellcheck"
 )
 
 missing=()

@@ -84,7 +84,9 @@ TEST(NewFileTarget, TakesMarkersIntoAccount) {
 
 TEST(NewFileTarget, CreatesNoLog) {
     const LogHome home;
-    { const LogTargetDefault target("new"); }
+    {
+        const LogTargetDefault target("new");
+    }
     EXPECT_FALSE(fs::exists(home.inLogs("ELMU.log")));
     EXPECT_FALSE(fs::exists(home.inLogs("Halcyra")));
 }

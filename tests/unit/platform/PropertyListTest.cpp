@@ -221,7 +221,8 @@ TEST(PropertyList, GivesATextOfABinaryList) {
 }
 
 TEST(PropertyList, GivesAWideTextOfABinaryListAsUtf8) {
-    EXPECT_EQ(textIn(binaryEntry(marker(0x6, 4) + bytesOf(0x00E4'20AC, 4) + bytesOf(0xD83D'DE0E, 4))), "ä€😎");
+    EXPECT_EQ(textIn(binaryEntry(marker(0x6, 4) + bytesOf(0x00E4'20AC, 4) + bytesOf(0xD83D'DE0E, 4))),
+              "ä€😎");
 }
 
 TEST(PropertyList, GivesNothingForABinaryValueThatIsNoText) {
