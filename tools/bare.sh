@@ -14,10 +14,12 @@ mirror=http://deb.debian.org/debian
 user=newcomer
 suites=(bookworm trixie)
 commands=("./dev run --install=1" "./dev run" "./dev test")
-# All mounts and processes vanish with the command that made them, also when this script is killed.
+# All mounts and processes vanish with the command that made them, and the command ends with this script.
 apart=(setpriv --pdeathsig KILL unshare --mount --pid --ipc --uts --fork --kill-child --mount-proc)
 results=()
 logs=() # of what failed
+
+trap 'exit 130' INT
 
 for argument in "$@"; do
     case $argument in
@@ -37,23 +39,23 @@ fi
 # Makes the suite's base unless it is there. The user may become root without a password. dpkg need not wait for the disk.
 make_base() {
     [ ! -d "$base" ] || return 0
-    rm -rf "$base.new"
-    "${apart[@]}" debootstrap --variant=minbase --include=git,sudo "$suite" "$base.new" "$mirror"
-    rm "$base.new"/var/cache/apt/archives/*.deb
-    chroot "$base.new" useradd --create-home --shell /bin/bash "$user"
-    echo "$user ALL=(ALL) NOPASSWD: ALL" >"$base.new/etc/sudoers.d/$user"
-    echo force-unsafe-io >"$base.new/etc/dpkg/dpkg.cfg.d/bare"
-    echo "127.0.0.1 localhost bare" >"$base.new/etc/hosts"
-    mv "$base.new" "$base"
+    rm -rf "$base.new" &&
+        "${apart[@]}" debootstrap --variant=minbase --include=git,sudo "$suite" "$base.new" "$mirror" &&
+        rm "$base.new"/var/cache/apt/archives/*.deb &&
+        chroot "$base.new" useradd --create-home --shell /bin/bash "$user" &&
+        echo "$user ALL=(ALL) NOPASSWD: ALL" >"$base.new/etc/sudoers.d/$user" &&
+        echo force-unsafe-io >"$base.new/etc/dpkg/dpkg.cfg.d/bare" &&
+        echo "127.0.0.1 localhost bare" >"$base.new/etc/hosts" &&
+        mv "$base.new" "$base"
 }
 
 # make_machine HOME: a new machine with a clone of the project in HOME.
 make_machine() {
-    rm -rf "$machine"
-    cp --archive --reflink=auto "$base" "$machine"
-    cp --dereference /etc/resolv.conf "$machine/etc/resolv.conf"
-    git clone --quiet --no-local --depth=1 -- "$project" "$machine$1/HCDCustomHook"
-    chown --recursive --reference="$machine$1" "$machine$1/HCDCustomHook"
+    rm -rf "$machine" &&
+        cp --archive --reflink=auto "$base" "$machine" &&
+        cp --dereference /etc/resolv.conf "$machine/etc/resolv.conf" &&
+        git clone --quiet --no-local --depth=1 -- "$project" "$machine$1/HCDCustomHook" &&
+        chown --recursive --reference="$machine$1" "$machine$1/HCDCustomHook"
 }
 
 # enter MACHINE PACKAGES USER COMMAND: runs COMMAND as a login of USER. The machine becomes the root of the mount
@@ -83,11 +85,8 @@ step() {
     log=$folder/$suite/$who-${name//[^a-z0-9]/}.log
     shift
     printf '%-9s %-9s %-22s ' "$suite" "$who" "$name"
-    set +e
-    (set -e && "$@") >"$log" 2>&1 </dev/null
-    status=$?
-    set -e
     result=passed
+    "$@" >"$log" 2>&1 </dev/null || status=$?
     [ "$status" -eq 0 ] || result=failed
     line=$(printf '%s %3d:%02d' "$result" $(((SECONDS - start) / 60)) $(((SECONDS - start) % 60)))
     echo "$line"
