@@ -1,5 +1,6 @@
 # The target `elmu_foundation`: what a source that uses Foundation is compiled and linked with. On the home platform the
-# frameworks, elsewhere GNUstep's Foundation with a stand-in for the other frameworks.
+# frameworks, elsewhere GNUstep's Foundation with a stand-in for the other frameworks. GNUSTEP_BASE_VERSION is GNUstep Base's
+# major and minor version, such as 1.28.
 
 add_library(elmu_foundation INTERFACE)
 target_compile_options(elmu_foundation INTERFACE $<$<COMPILE_LANGUAGE:OBJC>:-std=gnu11>
@@ -26,6 +27,9 @@ else()
     list(TRANSFORM folders REPLACE "^-I" "")
     list(FILTER flags INCLUDE REGEX "^-(D|f)")
     list(FILTER libraries EXCLUDE REGEX "^-L/root|^-L/home|^-rdynamic$")
+    find_file(gnustep_base_config GNUstepBase/GSConfig.h PATHS ${folders} NO_DEFAULT_PATH NO_CACHE REQUIRED)
+    file(STRINGS "${gnustep_base_config}" definition REGEX "^#define[ \t]+GNUSTEP_BASE_VERSION[ \t]")
+    string(REGEX MATCH "[0-9]+\\.[0-9]+" GNUSTEP_BASE_VERSION "${definition}")
     find_package(LibXml2 REQUIRED)
     target_include_directories(elmu_foundation SYSTEM INTERFACE ${folders})
     target_compile_options(elmu_foundation INTERFACE "$<$<COMPILE_LANGUAGE:OBJC,OBJCXX>:${flags}>")

@@ -21,11 +21,13 @@ namespace {
 
 enum Finder { Anybody, OrdinaryUser };
 
-/// What GNUstep does differently from the home platform, and who finds that.
+/// What GNUstep does differently from the home platform, who finds that, and the versions of GNUstep Base that
+/// do so: all if none is named.
 struct Difference {
     const char* name;
     Finder finder;
     const char* reason;
+    std::set<std::string> versions = {};
 };
 
 const std::vector<Difference> knownDifferences = {
@@ -60,7 +62,7 @@ const std::vector<Difference> knownDifferences = {
     {"creating a folder where a file is", Anybody, "what is there is not looked at"},
     {"creating a folder at an empty path", Anybody, "nothing is to be made, so nothing fails"},
     {"names that begin with ._", Anybody, "resource forks are unknown here"},
-    {"modes of new files, umasks 022 002 077", Anybody, "files begin as 0644"},
+    {"modes of new files, umasks 022 002 077", Anybody, "files begin as 0644", {"1.28"}},
     {"layout of the manifest", Anybody, "two blanks a level; the encoding in small letters"},
     {"layout of an element in an element", Anybody, "two blanks a level"},
     {"element with an empty text", Anybody, "two blanks a level"},
@@ -80,10 +82,16 @@ const std::vector<Difference> knownDifferences = {
      "the folder is removed without being read"},
 };
 
+bool isFoundHere(const Difference& difference) {
+    const bool isInVersion =
+        difference.versions.empty() || difference.versions.contains(HCD_GNUSTEP_BASE_VERSION);
+    return isInVersion && (difference.finder == Anybody || ::geteuid() != 0);
+}
+
 std::set<std::string> namesToDiffer() {
     std::set<std::string> names;
     for (const Difference& difference : knownDifferences) {
-        if (difference.finder == Anybody || ::geteuid() != 0) {
+        if (isFoundHere(difference)) {
             names.insert(difference.name);
         }
     }

@@ -1,11 +1,12 @@
 #!/usr/bin/env bash
 # Lets two programs answer the same cases of one kind and compares the answers. A difference passes when a row of
-# EXCEPTIONS covers it; a row for this kind that covers none fails, and so does a program that died or complained.
-# usage: compare.sh KIND PROGRAM PROGRAM EXCEPTIONS
+# EXCEPTIONS covers it; a row for this kind that covers none fails, and so does a program that died or complained. Rows
+# for other versions of GNUstep Base than VERSION are left out.
+# usage: compare.sh KIND PROGRAM PROGRAM EXCEPTIONS VERSION
 set -euo pipefail
 export LC_ALL=C
 
-kind=$1 one=$2 other=$3 exceptions=$4
+kind=$1 one=$2 other=$3 exceptions=$4 version=$5
 least=300
 [ "$kind" = path ] && least=1000
 folder=$(mktemp -d)
@@ -31,8 +32,9 @@ paste first second | awk -F '\t' '($3 "") != ($6 "")' >differences
 cut -f 1,2 differences >inputs
 
 : >patterns
-while IFS=$'\t' read -r row pattern reason; do
+while IFS=$'\t' read -r row pattern reason versions; do
     [[ $row == difference && $pattern == "^$kind\\t"* ]] || continue
+    [[ -z $versions || " $versions " == *" $version "* ]] || continue
     pattern=${pattern//\\t/$'\t'}
     printf '%s\n' "$pattern" >>patterns
     count=$(grep -cE -e "$pattern" inputs) || failures=1
