@@ -4,7 +4,7 @@
 #include <array>
 #include <cstdio>
 #include <cstring>
-#include <map>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -19,20 +19,21 @@
 namespace {
 
 struct Place {
-    std::string below; ///< below the domain's root folder
+    OSType type;
+    const char* below; ///< below the domain's root folder
     mode_t mode;
 };
 
-const std::map<OSType, Place> localPlaces = {
-    {0x61707073, {"/Applications", 0755}},           {0x61737570, {"/Library/Application Support", 0755}},
-    {0x70726566, {"/Library/Preferences", 0755}},    {0x73646174, {"/Users/Shared", 01777}},
-    {0x757469C4, {"/Applications/Utilities", 0755}},
+constexpr Place localPlaces[] = {
+    {0x61707073, "/Applications", 0755},           {0x61737570, "/Library/Application Support", 0755},
+    {0x70726566, "/Library/Preferences", 0755},    {0x73646174, "/Users/Shared", 01777},
+    {0x757469C4, "/Applications/Utilities", 0755},
 };
 
-const std::map<OSType, Place> userPlaces = {
-    {0x61737570, {"/Library/Application Support", 0700}},
-    {0x646F6373, {"/Documents", 0700}},
-    {0x726F6F74, {"", 0700}},
+constexpr Place userPlaces[] = {
+    {0x61737570, "/Library/Application Support", 0700},
+    {0x646F6373, "/Documents", 0700},
+    {0x726F6F74, "", 0700},
 };
 
 bool isFolder(const std::string& path) {
@@ -52,7 +53,7 @@ bool ensureFolder(const std::string& path, mode_t mode, mode_t modeOfParents) {
 
 /// The paths of the folders found so far. A reference holds a number in this list.
 std::vector<std::string>& foundPaths() {
-    static std::vector<std::string> paths;
+    static auto& paths = *new std::vector<std::string>; // never deleted: static objects may ask for folders
     return paths;
 }
 
@@ -63,14 +64,15 @@ OSErr refer(const std::string& path, FSRef& reference) {
     return noErr;
 }
 
-OSErr find(const std::map<OSType, Place>& places, const std::string& root, mode_t modeOfParents, OSType type,
+OSErr find(std::span<const Place> places, const std::string& root, mode_t modeOfParents, OSType type,
            FSRef& found) {
-    const auto place = places.find(type);
+    const auto place = std::find_if(places.begin(), places.end(),
+                                    [type](const Place& candidate) { return candidate.type == type; });
     if (place == places.end()) {
         return fnfErr;
     }
-    const std::string path = root + place->second.below;
-    const bool isThere = path.empty() || ensureFolder(path, place->second.mode, modeOfParents);
+    const std::string path = root + place->below;
+    const bool isThere = path.empty() || ensureFolder(path, place->mode, modeOfParents);
     return isThere ? refer(path.empty() ? "/" : path, found) : OSErr(fnfErr);
 }
 
