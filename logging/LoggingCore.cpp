@@ -6,13 +6,28 @@
 
 namespace elmu {
 
+namespace {
+
+/// Whether the process exits and the registry was cleared.
+constinit bool isGone = false;
+
+} // namespace
+
 LoggingCore* LoggingCore::getInstance() {
-    static LoggingCore instance;
-    return &instance;
+    // Never deleted: static objects may call it until the process ends.
+    static LoggingCore* const instance = new LoggingCore;
+    struct End {
+        ~End() {
+            isGone = true;
+            instance->registry.clear();
+        }
+    };
+    static const End atExit;
+    return instance;
 }
 
 bool LoggingCore::registerTarget(LogTargetBase* target) {
-    if (target == nullptr || !target->onRegisterTarget()) {
+    if (isGone || target == nullptr || !target->onRegisterTarget()) {
         return false;
     }
     auto& targets = registry[target->getIdentifier()];

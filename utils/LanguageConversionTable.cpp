@@ -56,7 +56,8 @@ void fill(std::map<std::string, std::string>& table) {
 } // namespace
 
 const std::map<std::string, std::string>& GetKorvaneLanguageConversionTable() {
-    static std::map<std::string, std::string> table;
+    // Never deleted: static objects may ask for the language until the process ends.
+    static auto& table = *new std::map<std::string, std::string>;
     static bool filled = false;
     if (!filled) {
         filled = true;

@@ -2,7 +2,7 @@
 
 namespace ELMUUtils {
 
-LogMessageFn elmuUtilsLogMessageFnPtr = nullptr;
-elmu::AbstractLogger* elmuUtilsLogger = nullptr;
+constinit LogMessageFn elmuUtilsLogMessageFnPtr = nullptr;
+constinit elmu::AbstractLogger* elmuUtilsLogger = nullptr;
 
 } // namespace ELMUUtils

@@ -151,6 +151,9 @@ class Child {
         return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
     }
 
+    /// What a child that was joined said and nobody heard: lines.
+    const std::string& unheard() const { return received; }
+
     /// Ends the child on the spot.
     void killAndJoin() {
         EXPECT_EQ(::kill(process, SIGKILL), 0);

@@ -6,7 +6,7 @@
 namespace scripted {
 
 Host& host() {
-    static Host instance;
+    static Host& instance = *new Host; // never deleted, as a machine outlives its processes
     return instance;
 }
 
