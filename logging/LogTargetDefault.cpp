@@ -63,6 +63,10 @@ void openForAppending(std::fstream& s, const std::string& path) {
     }
 }
 
+/// A writer that is killed in the middle of its write leaves part of a line, which ends where a block of
+/// memory does. Only then the end of the file is read.
+bool mayEndUnfinished(std::streamoff size) { return size > 0 && size % kBlockSize == 0; }
+
 } // namespace
 
 LogTargetDefault::LogTargetDefault(const char* id) {
@@ -206,12 +210,11 @@ void LogTargetDefault::checkSizeWhenDue() {
     }
 }
 
-/// The end of the file. A writer that is killed in the middle of its write leaves part of a line, which ends
-/// where a block of memory does: only then is the end looked at, and mended.
+/// The end of the file, after an unfinished record was removed from it.
 std::streamoff LogTargetDefault::mendedEnd() {
     std::streambuf& buffer = *stream.std::ios::rdbuf();
     const auto end = std::streamoff(buffer.pubseekoff(0, std::ios::end));
-    if (end <= 0 || end % kBlockSize != 0) {
+    if (!mayEndUnfinished(end)) {
         return end;
     }
     cutUnfinishedRecord(logFilePath, end);
@@ -249,6 +252,9 @@ bool LogTargetDefault::SegmentLogFile(bool /*ignored*/) {
     }
     headerPending = true;
     closeStream();
+    if (mayEndUnfinished(size)) {
+        cutUnfinishedRecord(logFilePath, size);
+    }
     timeval now = {};
     getCurrentTime(now);
     const auto copied = makeDatedCopy(logFilePath, now.tv_sec);

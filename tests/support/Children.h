@@ -154,6 +154,14 @@ class Child {
     /// What a child that was joined said and nobody heard: lines.
     const std::string& unheard() const { return received; }
 
+    pid_t id() const { return process; }
+
+    /// Stops the child. Returns when it stands still.
+    void stop() const {
+        EXPECT_EQ(::kill(process, SIGSTOP), 0);
+        EXPECT_EQ(::waitpid(process, nullptr, WUNTRACED), process);
+    }
+
     /// Ends the child on the spot.
     void killAndJoin() {
         EXPECT_EQ(::kill(process, SIGKILL), 0);

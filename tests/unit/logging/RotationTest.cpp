@@ -174,6 +174,28 @@ TEST_F(Rotation, PutsTheWholeContentIntoADatedCopyAndEmptiesTheLog) {
     EXPECT_THAT(everything(), UnorderedElementsAre("test.log", copies().front()));
 }
 
+/// A log as large as the limit whose last line is unfinished and begins with `start`.
+std::string endingWith(const std::string& start) {
+    const std::string end = "\n" + start + std::string(5000, 'x');
+    return std::string(static_cast<std::size_t>(infoLimit) - end.size(), '-') + end;
+}
+
+TEST_F(Rotation, LeavesARecordThatAKilledWriterBeganOutOfTheCopy) {
+    const std::string begun = "11/21/26 10:58:49:007 | [INFO] | ";
+    const std::string whole = endingWith(begun);
+    writeFile(path, whole);
+    enroll();
+    EXPECT_TRUE(copy() == whole.substr(0, whole.rfind('\n') + 1));
+    EXPECT_EQ(content(), "");
+}
+
+TEST_F(Rotation, CopiesAnUnfinishedLineThatIsNoRecord) {
+    const std::string whole = endingWith("somebody's ");
+    writeFile(path, whole);
+    enroll();
+    EXPECT_TRUE(copy() == whole);
+}
+
 TEST_F(Rotation, NamesTheCopyAfterTheLocalTimeOfTheRotation) {
     const ScopedTimeZone zone("HCD-05:30");
     fill();
