@@ -4,7 +4,7 @@
 #   build-package.sh [--tool FILE] [--version VERSION] [--output FOLDER]
 #                    [--sign-tool IDENTITY] [--sign-package IDENTITY]
 #
-# Without options: the release build's tool, the version that CMakeLists.txt names, the folder build/package, nothing
+# Without options: the tool that build-tool.sh built, the version that CMakeLists.txt names, the folder build/package, nothing
 # signed. Prints the package's path on standard output, everything else on standard error. The package appears only
 # when it is whole; an older one of the same version is replaced then and not before.
 set -eu
@@ -31,7 +31,7 @@ project_version() {
     sed -n "s/^project($name VERSION \([0-9.]*\).*/\1/p" "$project/CMakeLists.txt"
 }
 
-tool=$project/build/release/bin/$name
+tool=$("$recipe/build-tool.sh" --where)
 version=
 output=$project/build/package
 tool_identity=
@@ -59,7 +59,7 @@ check_version() {
 }
 
 check_tool() {
-    [ -f "$tool" ] || fail "There is no tool at $tool."
+    [ -f "$tool" ] || fail "There is no tool at $tool; build it with packaging/macos/build-tool.sh."
     [ -x "$tool" ] || fail "The tool $tool is not executable."
 }
 

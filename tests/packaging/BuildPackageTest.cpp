@@ -180,13 +180,13 @@ TEST_F(BuildPackage, DoesNotWarnOfAUniversalToolWhateverTheOrder) {
 
 TEST_F(BuildPackage, RefusesAMissingTool) {
     fs::remove(builder.tool());
-    expectRefusal("There is no tool at " + builder.tool() + ".");
+    expectRefusal("There is no tool at " + builder.tool() + "; build it with packaging/macos/build-tool.sh.");
 }
 
 TEST_F(BuildPackage, RefusesAFolderInTheToolsPlace) {
     fs::remove(builder.tool());
     fs::create_directory(builder.tool());
-    expectRefusal("There is no tool at " + builder.tool() + ".");
+    expectRefusal("There is no tool at " + builder.tool() + "; build it with packaging/macos/build-tool.sh.");
 }
 
 TEST_F(BuildPackage, RefusesAToolThatIsNotExecutable) {
@@ -273,4 +273,35 @@ TEST_F(BuildPackage, KeepsTheOlderPackageWhenItFails) {
     fs::remove_all(builder / "opened product");
     fs::remove_all(builder / "opened component");
     builder.open(builder.output() + "/HCDCustomHook-4.3.0.256.pkg");
+}
+
+TEST_F(BuildPackage, PacksTheToolThatBuildToolBuilt) {
+    fs::remove(builder.tool());
+    const Outcome outcome = builder.run("build-tool.sh");
+    EXPECT_EQ(outcome.output, builder.tool() + "\n");
+    EXPECT_EQ(support::readFile(built().payload + "/HCDCustomHook"), "the built tool");
+}
+
+TEST_F(BuildPackage, HasTheToolBuiltForBothArchitecturesWithTheOptionsGiven) {
+    EXPECT_EQ(builder.run("build-tool.sh", {"-G", "Ninja"}).status, 0);
+    EXPECT_THAT(
+        builder.calls(),
+        ElementsAre(AllOf(StartsWith("cmake <-S> "), HasSubstr(" <-DCMAKE_BUILD_TYPE=Release>"),
+                          HasSubstr(" <-DCMAKE_OSX_ARCHITECTURES=arm64;x86_64>"), HasSubstr(" <-G> <Ninja>")),
+                    StartsWith("cmake <--build> ")));
+}
+
+TEST_F(BuildPackage, TellsWhyTheToolCouldNotBeBuilt) {
+    const auto failure = [this] {
+        const Outcome outcome = builder.run("build-tool.sh");
+        EXPECT_EQ(outcome.status, 1);
+        EXPECT_EQ(outcome.output, "");
+        return outcome.errors;
+    };
+    builder.instruct("fail-cmake---build");
+    EXPECT_EQ(failure(), "build-tool.sh: The tool could not be built; see above.\n");
+    builder.instruct("fail-cmake--S");
+    EXPECT_EQ(failure(), "build-tool.sh: The build could not be configured; see above.\n");
+    builder.remove("bin/cmake");
+    EXPECT_EQ(failure(), "build-tool.sh: There is no cmake; get it with: brew install cmake\n");
 }

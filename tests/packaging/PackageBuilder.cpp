@@ -31,7 +31,7 @@ PackageBuilder::PackageBuilder() {
     fs::copy(Sources / "packaging/macos", project + "/packaging/macos", fs::copy_options::recursive);
     fs::copy_file(Sources / "CMakeLists.txt", project + "/CMakeLists.txt");
     fs::create_directory(place / "bin");
-    for (const std::string name : {"pkgbuild", "productbuild", "codesign", "lipo"}) {
+    for (const std::string name : {"pkgbuild", "productbuild", "codesign", "lipo", "cmake"}) {
         fs::copy_file(Sources / "tests/packaging/stand-in.sh", place / "bin/" + name);
     }
     for (const std::string name : {"chmod", "cp", "dirname", "mkdir", "mktemp", "mv", "rm", "sed", "tr"}) {
@@ -53,7 +53,11 @@ void PackageBuilder::instruct(const std::string& name, const std::string& conten
 }
 
 e2e::Outcome PackageBuilder::build(const std::vector<std::string>& options) const {
-    std::vector<std::string> command = {project + "/packaging/macos/build-package.sh"};
+    return run("build-package.sh", options);
+}
+
+e2e::Outcome PackageBuilder::run(const std::string& script, const std::vector<std::string>& options) const {
+    std::vector<std::string> command = {project + "/packaging/macos/" + script};
     command.insert(command.end(), options.begin(), options.end());
     return e2e::runCommand(command, {"PATH=" + (place / "bin")}, place);
 }

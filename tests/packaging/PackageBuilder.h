@@ -33,6 +33,8 @@ class PackageBuilder {
     void instruct(const std::string& name, const std::string& content = "") const;
 
     e2e::Outcome build(const std::vector<std::string>& options = {}) const;
+    /// Runs a script of the recipe with `options`.
+    e2e::Outcome run(const std::string& script, const std::vector<std::string>& options = {}) const;
     /// Unpacks the package at `path`. The test fails when it is not a whole package.
     Package open(const std::string& path) const;
 
@@ -41,7 +43,7 @@ class PackageBuilder {
     /// The call of the stand-in `name`; the test fails when there was not exactly one.
     std::string callOf(const std::string& name) const;
 
-    std::string tool() const { return project + "/build/release/bin/HCDCustomHook"; }
+    std::string tool() const { return project + "/build/mac/bin/HCDCustomHook"; }
     std::string output() const { return project + "/build/package"; }
     std::string operator/(const std::string& name) const { return place / name; }
 

@@ -2,6 +2,7 @@
 #include "e2e/Machine.h"
 #include "packaging/PackageBuilder.h"
 
+#include <chrono>
 #include <filesystem>
 
 namespace fs = std::filesystem;
@@ -9,6 +10,7 @@ using namespace e2e;
 using namespace packaging;
 using testing::ElementsAre;
 using testing::EndsWith;
+using testing::IsEmpty;
 
 namespace {
 
@@ -16,6 +18,8 @@ const std::string InstalledTool = Location + "/HCDCustomHook";
 const std::string InstalledRemoval = Location + "/uninstall.sh";
 const std::string Postinstall = "/opt/package/postinstall";
 const std::string RemovalCopy = "/opt/package/uninstall.sh";
+const std::string NameOfTheLog =
+    "postinstall: The log of the hook is ~root/Library/Logs/Halcyra/HCD/HCD.log.\n";
 const std::string Receipts = "/var/db/receipts";
 
 /// A machine on which a package with the built tool is being installed: its payload is in place and its
@@ -40,7 +44,12 @@ class PackageScript : public MachineTest {
     Outcome postinstall(const std::string& volume = "/") const {
         return machine.run({Postinstall, "/Users/tester/HCDCustomHook-4.3.0.256.pkg", Location, volume, "/"});
     }
-    void install() const { EXPECT_TRUE(quiet(postinstall())); }
+    void install() const {
+        const Outcome outcome = postinstall();
+        EXPECT_EQ(outcome.status, 0);
+        EXPECT_EQ(outcome.output, "");
+        EXPECT_EQ(outcome.errors, NameOfTheLog);
+    }
     Outcome removal() const { return machine.run({InstalledRemoval}); }
 
     /// Puts a script into the tool's place.
@@ -77,14 +86,27 @@ class PackageScript : public MachineTest {
 
 class PostinstallScript : public PackageScript {
   protected:
-    /// Runs it; it must end with `status` and `sentence` alone, and the hook must have done nothing.
-    void expectFailure(int status, const std::string& sentence) const {
+    /// Runs it; it must end with `status` and `sentence`, after `before`, and the hook must have done
+    /// nothing.
+    void expectFailure(int status, const std::string& sentence, const std::string& before = "") const {
         const Outcome outcome = postinstall();
         EXPECT_EQ(outcome.status, status);
         EXPECT_EQ(outcome.output, "");
-        EXPECT_EQ(outcome.errors, "postinstall: " + sentence + "\n");
-        EXPECT_FALSE(machine.has(Manifest));
+        EXPECT_EQ(outcome.errors, before + "postinstall: " + sentence + "\n");
         EXPECT_TRUE(machine.has(Cache));
+    }
+    void expectNoManifestWritten() const {
+        expectFailure(1, "The hook did not write " + Manifest + "; its log says why.", NameOfTheLog);
+    }
+
+    /// Has the tool do `commands`, in which $1 is the manifest, and end with status 0.
+    void replaceToolBy(const std::string& commands) const {
+        replaceTool("#!/bin/sh\nset -- '" + Manifest + "'\n" + commands + "\nexit 0\n");
+    }
+    /// An older manifest, from a time when the clock ran an hour `ahead` or behind.
+    void putOlderManifest(std::chrono::hours ahead = std::chrono::hours(0)) const {
+        machine.put(Manifest, "older");
+        fs::last_write_time(machine.outside(Manifest), fs::file_time_type::clock::now() + ahead);
     }
 };
 
@@ -108,8 +130,8 @@ class RemovalScript : public PackageScript {
 
 } // namespace
 
-TEST_F(PostinstallScript, LetsTheHookInstallWithoutAWord) {
-    EXPECT_TRUE(quiet(postinstall()));
+TEST_F(PostinstallScript, LetsTheHookInstallAndSaysNoMoreThanWhereItsLogIs) {
+    install();
     EXPECT_EQ(machine.read(Manifest), manifestText());
     EXPECT_FALSE(machine.has(Cache));
     EXPECT_THAT(toldBy(machine.read(Log)), ElementsAre(parsing(2), Created));
@@ -147,7 +169,82 @@ TEST_F(PostinstallScript, FailsInOneSentenceWhenTheToolIsNotExecutable) {
 
 TEST_F(PostinstallScript, FailsWithTheStatusOfAHookThatDoesNotComplete) {
     replaceTool("#!/bin/sh\nexit 3\n");
-    expectFailure(3, InstalledTool + " did not complete; it ended with status 3.");
+    expectFailure(3, InstalledTool + " did not complete; it ended with status 3.", NameOfTheLog);
+    EXPECT_FALSE(machine.has(Manifest));
+}
+
+TEST_F(PostinstallScript, NamesTheLogOfTheUserAtTheScreen) {
+    replaceToolBy(": >\"$1\"");
+    machine.makeFolder(SpecifierFolder);
+    builder.instruct("stat", "#!/bin/sh\n[ \"$*\" = '-f %Su /dev/console' ] && echo mira\n");
+    fs::permissions(builder / "stat", fs::perms(0755));
+    machine.add({"--ro-bind", builder / "stat", "/usr/bin/stat"});
+    const Outcome outcome = postinstall();
+    EXPECT_EQ(outcome.status, 0);
+    EXPECT_EQ(outcome.errors,
+              "postinstall: The log of the hook is ~mira/Library/Logs/Halcyra/HCD/HCD.log.\n");
+}
+
+TEST_F(PostinstallScript, FailsWhenTheHookCannotMakeTheManifest) {
+    machine.put(LocalSupport + "/Korvane/Ostrel", "a file in the folder's place");
+    const Outcome outcome = postinstall();
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_EQ(outcome.errors,
+              NameOfTheLog + "postinstall: The hook did not write " + Manifest + "; its log says why.\n");
+    EXPECT_THAT(toldBy(machine.read(Log)), ElementsAre(parsing(2), NoFolder));
+}
+
+TEST_F(PostinstallScript, FailsWhenTheHookWritesNoManifest) {
+    replaceToolBy("");
+    expectNoManifestWritten();
+}
+
+TEST_F(PostinstallScript, FailsWhenAnOlderManifestStaysWhateverItsTime) {
+    replaceToolBy("");
+    for (const int ahead : {-1, 0, 1}) {
+        putOlderManifest(std::chrono::hours(ahead));
+        expectNoManifestWritten();
+        EXPECT_EQ(machine.read(Manifest), "older");
+    }
+}
+
+TEST_F(PostinstallScript, FailsWhenTheManifestIsGoneAfterwards) {
+    putOlderManifest();
+    replaceToolBy("rm \"$1\"");
+    expectNoManifestWritten();
+}
+
+TEST_F(PostinstallScript, FailsWhenAFolderIsInTheManifestsPlace) {
+    replaceToolBy("mkdir -p \"$1\"");
+    expectNoManifestWritten();
+}
+
+TEST_F(PostinstallScript, IsContentWithANewFileWhateverItsTime) {
+    for (const std::string day : {"2001-01-01", "2101-01-01"}) {
+        putOlderManifest();
+        replaceToolBy("touch -r \"$1\" \"$1.new\" && mv \"$1.new\" \"$1\"");
+        install();
+        replaceToolBy("touch -d " + day + " \"$1.new\" && mv \"$1.new\" \"$1\"");
+        install();
+    }
+}
+
+TEST_F(PostinstallScript, IsContentWithTheSameFileOfAnotherTime) {
+    for (const std::string day : {"2001-01-01", "2101-01-01"}) {
+        putOlderManifest();
+        replaceToolBy("touch -d " + day + " \"$1\"");
+        install();
+    }
+}
+
+TEST_F(PostinstallScript, LeavesNoTemporaryFile) {
+    machine.makeFolder("/Users/temporary");
+    machine.setEnvironment("TMPDIR", "/Users/temporary");
+    install();
+    fillCache();
+    replaceToolBy("");
+    expectNoManifestWritten();
+    EXPECT_THAT(machine.namesIn("/Users/temporary"), IsEmpty());
 }
 
 TEST_F(PostinstallScript, FailsWhenASignalEndsTheHook) {

@@ -4,6 +4,7 @@
 #
 #   architectures     what lipo prints; when it is missing, lipo refuses the file
 #   fail-NAME         the command called NAME leaves half of its output and ends with status 1
+#   fail-cmake-STEP   cmake ends with status 1 at the step -S, which configures, or --build
 #   interrupt-NAME    the same, and its caller gets the signal TERM
 #
 # A component package is an archive of payload/ and scripts/, a product archive one of distribution.xml and components/.
@@ -44,6 +45,7 @@ if [[ -e $place/fail-$name || -e $place/interrupt-$name ]]; then
     [[ ! -e $place/interrupt-$name ]] || kill -TERM "$PPID"
     exit 1
 fi
+[[ $name != cmake || ! -e $place/fail-cmake-$1 ]] || exit 1
 case $name in
 pkgbuild) archive payload "$(value --root "$@")" scripts "$(value --scripts "$@")" ;;
 productbuild)
@@ -51,4 +53,5 @@ productbuild)
     ;;
 codesign) printf 'signed' >>"$last" ;;
 lipo) cat "$place/architectures" ;;
+cmake) [[ $1 != --build ]] || install -D -m 755 <(printf 'the built tool') "$2/bin/HCDCustomHook" ;;
 esac
