@@ -156,7 +156,8 @@ std::string contentOf(const fs::path& path) {
                                                 : "";
 }
 
-/// Every entry below `top` with what can be told of it.
+/// Every entry below `top` with what can be told of it. An ordinary user opens what is closed to look at it:
+/// the tree is not used again.
 std::string snapshot(const std::string& top) {
     std::vector<std::string> lines;
     std::error_code ignored;
@@ -165,6 +166,9 @@ std::string snapshot(const std::string& top) {
          entry != fs::recursive_directory_iterator(); entry.increment(ignored)) {
         struct stat status = {};
         ::lstat(entry->path().c_str(), &status);
+        if (!S_ISLNK(status.st_mode) && ::geteuid() != 0) {
+            ::chmod(entry->path().c_str(), 0700);
+        }
         const std::string mode = S_ISLNK(status.st_mode) ? "link" : octal(status.st_mode & 07777);
         lines.push_back(escaped(entry->path().string().substr(top.size() + 1)) +
                         (S_ISDIR(status.st_mode) ? "/ " : " ") + mode + " " + std::to_string(status.st_uid) +

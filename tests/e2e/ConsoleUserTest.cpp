@@ -52,7 +52,7 @@ class SeveralUsers : public Console {
         Console::SetUp();
         machine.makeFolder(MirasHome);
         if (!IsSkipped() && ::chown(machine.outside(MirasHome).c_str(), Mira, Staff) != 0) {
-            GTEST_SKIP() << "a machine with several users needs root";
+            GTEST_SKIP() << "needs root: its machine has several users";
         }
     }
 

@@ -152,7 +152,7 @@ testing::AssertionResult quiet(const Outcome& outcome) {
 void MachineTest::SetUp() {
     const Outcome trial = machine.run({"/bin/true"});
     if (trial.status == NoMachine) {
-        GTEST_SKIP() << trial.errors;
+        GTEST_SKIP() << "needs bubblewrap: " << trial.errors.substr(0, trial.errors.find('\n'));
     }
     ASSERT_TRUE(quiet(trial));
 }

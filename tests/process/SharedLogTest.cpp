@@ -365,7 +365,7 @@ TEST_F(SharedLog, HoldsEveryRecordOfTheOthersWhenWritersAreKilled) {
 
 TEST_F(SharedLog, TakesRecordsOfAnOrdinaryUserAfterRootMadeIt) {
     if (::geteuid() != 0) {
-        GTEST_SKIP() << "only root can make a log and then be another user";
+        GTEST_SKIP() << "needs root: it makes a log and then becomes another user";
     }
     ASSERT_EQ(::chmod(home.path().c_str(), 0755), 0);
     const support::ScopedUmask umask(077);

@@ -2,6 +2,7 @@
 
 #include <csignal>
 #include <cstdio>
+#include <fstream>
 #include <functional>
 #include <string>
 
@@ -55,15 +56,31 @@ inline void asOrdinaryUser(const std::function<void()>& body) {
     });
 }
 
+/// Makes this process root among users of its own, for good: to be used in a child. It has no other user than
+/// root there. Root stays as it is. False when the machine does not allow it.
+inline bool becomeRootOfItsOwn() {
+    const uid_t user = ::geteuid();
+    if (user == 0) {
+        return true;
+    }
+#ifdef CLONE_NEWUSER
+    const gid_t group = ::getegid();
+    if (::unshare(CLONE_NEWUSER) != 0) {
+        return false;
+    }
+    std::ofstream("/proc/self/setgroups") << "deny";
+    const bool hasUser(std::ofstream("/proc/self/uid_map") << "0 " << user << " 1" << std::flush);
+    const bool hasGroup(std::ofstream("/proc/self/gid_map") << "0 " << group << " 1" << std::flush);
+    return hasUser && hasGroup;
+#else
+    return false;
+#endif
+}
+
 /// Makes `folder` the root folder of this process, for good: to be used in a child. False when the machine
 /// does not allow it.
 inline bool enterRootOfItsOwn(const std::string& folder) {
-#ifdef CLONE_NEWUSER
-    const bool mayChangeRoot = ::geteuid() == 0 || ::unshare(CLONE_NEWUSER) == 0;
-#else
-    const bool mayChangeRoot = ::geteuid() == 0;
-#endif
-    return mayChangeRoot && ::chroot(folder.c_str()) == 0 && ::chdir("/") == 0;
+    return becomeRootOfItsOwn() && ::chroot(folder.c_str()) == 0 && ::chdir("/") == 0;
 }
 
 /// Whether `enterRootOfItsOwn` works here.

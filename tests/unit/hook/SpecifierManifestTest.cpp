@@ -105,7 +105,7 @@ TEST_F(SpecifierManifest, GetsFoldersOfTheUsualMode) {
 
 TEST_F(SpecifierManifest, GetsFoldersOfTheProcessUserWhoeverOwnsTheirParent) {
     if (::geteuid() != 0) {
-        GTEST_SKIP() << "only root can make a parent folder of another user's";
+        GTEST_SKIP() << "needs root: it gives a folder to another user";
     }
     fs::create_directories(machine.supportFolder);
     ASSERT_EQ(::chown(machine.supportFolder.c_str(), 501, 20), 0);
@@ -186,7 +186,7 @@ TEST_F(SpecifierManifest, NamesARelativePathWhenTheUtilitiesFolderIsNotFound) {
 
 TEST_F(SpecifierManifest, GoesBelowTheRootWhenTheSupportFolderIsNotFound) {
     if (!support::canHaveARootOfItsOwn(machine.path())) {
-        GTEST_SKIP() << "this machine lets no process change its root folder";
+        GTEST_SKIP() << "needs a user namespace: it changes its root folder";
     }
     HookMachine::loseStandardFolders();
     writeFile(machine / "etc/passwd", "root:x:0:0:System Administrator:/var/root:/bin/sh\n");

@@ -171,7 +171,7 @@ TEST_F(Lock, StaysClosedWithoutPermission) {
 
 TEST_F(Lock, StaysClosedWhenNoSetCanBeMade) {
     if (!support::canRefuseCalls()) {
-        GTEST_SKIP() << "system calls cannot be made to fail here";
+        GTEST_SKIP() << "needs seccomp: it makes the system refuse a call";
     }
     support::inChild([this] {
         ASSERT_TRUE(support::refuseCalls(support::semaphoreOpenings()));
@@ -183,7 +183,7 @@ TEST_F(Lock, StaysClosedWhenNoSetCanBeMade) {
 
 TEST_F(Lock, StaysClosedWhenANewSetCannotBeSetFree) {
     if (!support::canRefuseCalls()) {
-        GTEST_SKIP() << "system calls cannot be made to fail here";
+        GTEST_SKIP() << "needs seccomp: it makes the system refuse a call";
     }
     support::inChild([this] {
         ASSERT_TRUE(support::refuseCalls(support::semaphoreSettings()));
@@ -384,7 +384,7 @@ TEST_F(Lock, LeavesTheSetWhenTheOtherUsersCannotBeCounted) {
 
 TEST_F(Lock, FailsToLeaveWhenTheSetBelongsToAnother) {
     if (::geteuid() != 0) {
-        GTEST_SKIP() << "only root can make a set and then be another user";
+        GTEST_SKIP() << "needs root: it makes a set and then becomes another user";
     }
     const int set = makeSet(2, 0666);
     ASSERT_TRUE(setMemberValue(set, lockMember, 1));
@@ -431,7 +431,7 @@ TEST_F(Lock, IsNotCountedOutTwiceWhenItLeftBeforeItIsDestroyed) {
 
 TEST_F(Lock, OfTheFirstSetOfAMachineLeavesLikeAnyOther) {
     if (!support::canHaveOwnSemaphores()) {
-        GTEST_SKIP() << "a process cannot have semaphores of its own here";
+        GTEST_SKIP() << "needs a user namespace: it makes semaphores of its own";
     }
     support::inChild([this] {
         ASSERT_TRUE(support::haveOwnSemaphores());
@@ -445,7 +445,7 @@ TEST_F(Lock, OfTheFirstSetOfAMachineLeavesLikeAnyOther) {
 
 TEST_F(Lock, OfTheFirstSetOfAMachineDoesNotLeaveWhenItIsDestroyed) {
     if (!support::canHaveOwnSemaphores()) {
-        GTEST_SKIP() << "a process cannot have semaphores of its own here";
+        GTEST_SKIP() << "needs a user namespace: it makes semaphores of its own";
     }
     support::inChild([this] {
         ASSERT_TRUE(support::haveOwnSemaphores());

@@ -247,7 +247,7 @@ TEST(CopyContentOfFileToFile, FailsForASourceThatIsAFolder) {
 
 TEST(CopyContentOfFileToFile, FailsWhenReadingFails) {
     if (!fs::exists("/proc/self/mem")) {
-        GTEST_SKIP() << "the system has no file whose first byte cannot be read";
+        GTEST_SKIP() << "needs /proc/self/mem: it reads a file whose first byte cannot be read";
     }
     const TempFolder folder;
     EXPECT_FALSE(copied("/proc/self/mem", folder / "target"));

@@ -468,7 +468,7 @@ TEST_F(StreamHandle, LeavesTheTargetsOwnStreamAlone) {
 
 TEST_F(StreamHandle, SaysOnStandardErrorWhenTheModeOfANewFileCannotBeSet) {
     if (!support::canRefuseCalls()) {
-        GTEST_SKIP() << "system calls cannot be made to fail here";
+        GTEST_SKIP() << "needs seccomp: it makes the system refuse a call";
     }
     const ScopedUmask umask(022);
     const auto openWithoutModes = [this] {
@@ -482,7 +482,7 @@ TEST_F(StreamHandle, SaysOnStandardErrorWhenTheModeOfANewFileCannotBeSet) {
 
 TEST_F(StreamHandle, SaysNothingAboutAnExistingFile) {
     if (!support::canRefuseCalls()) {
-        GTEST_SKIP() << "system calls cannot be made to fail here";
+        GTEST_SKIP() << "needs seccomp: it makes the system refuse a call";
     }
     writeFile(path, "");
     const auto openWithoutModes = [this] {

@@ -314,7 +314,7 @@ class OneWrite : public WriteLog, public testing::WithParamInterface<std::size_t
 
 TEST_P(OneWrite, TakesALineOfAnyLength) {
     if (!writeCalls()) {
-        GTEST_SKIP() << "the system does not count writes";
+        GTEST_SKIP() << "needs /proc/self/io: it counts writes";
     }
     enroll();
     const std::string text(GetParam(), 'x');
@@ -327,7 +327,7 @@ TEST_P(OneWrite, TakesALineOfAnyLength) {
 
 TEST_P(OneWrite, TakesAnyLineAfterAnother) {
     if (!writeCalls()) {
-        GTEST_SKIP() << "the system does not count writes";
+        GTEST_SKIP() << "needs /proc/self/io: it counts writes";
     }
     enroll();
     const std::string text(GetParam(), 'x');
@@ -344,7 +344,7 @@ INSTANTIATE_TEST_SUITE_P(RecordOf, OneWrite,
 
 TEST_F(WriteLog, NeedsNoWriteForADroppedRecord) {
     if (!writeCalls()) {
-        GTEST_SKIP() << "the system does not count writes";
+        GTEST_SKIP() << "needs /proc/self/io: it counts writes";
     }
     enroll();
     const long before = *writeCalls();
@@ -461,7 +461,7 @@ TEST_F(WriteLog, StandsAmongTextsThatOthersInsertIntoTheStream) {
 
 TEST_F(WriteLog, DropsRecordsOnADeviceThatIsFull) {
     if (!fs::exists("/dev/full")) {
-        GTEST_SKIP() << "the system has no device that is always full";
+        GTEST_SKIP() << "needs /dev/full: it fills a disk";
     }
     fs::create_symlink("/dev/full", home / "full.log");
     target.logFilePath = home / "full.log";

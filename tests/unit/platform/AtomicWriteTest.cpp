@@ -240,7 +240,7 @@ TEST(AtomicWrite, KeepsTheOldFileWhenTheNewOneCannotBeMadeSure) {
                        : "not arranged";
         });
         if (result == "not arranged") {
-            GTEST_SKIP() << "this process may not make the system refuse a call";
+            GTEST_SKIP() << "needs seccomp: it makes the system refuse a call";
         }
         EXPECT_EQ(result, "failed") << call;
         EXPECT_EQ(support::readFile(folder / "file"), "old") << call;
@@ -265,7 +265,7 @@ TEST(AtomicWrite, ShowsNobodyMoreThanTheOldFileDid) {
 
 TEST(AtomicWrite, KeepsTheFileOfAnotherUserInASharedFolder) {
     if (::geteuid() != 0) {
-        GTEST_SKIP() << "only root can put another user's file there";
+        GTEST_SKIP() << "needs root: it makes a file and then becomes another user";
     }
     const TempFolder folder;
     ASSERT_EQ(::chmod(folder.path().c_str(), 01777), 0);

@@ -7,7 +7,6 @@
 
 #include <grp.h>
 #include <gtest/gtest.h>
-#include <sched.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -16,6 +15,8 @@
 #include <linux/seccomp.h>
 #include <sys/prctl.h>
 #endif
+
+#include "support/InChild.h"
 
 namespace child {
 
@@ -36,15 +37,6 @@ std::string readToEnd(int input) {
         text.append(chunk.data(), static_cast<std::size_t>(count));
     }
     return text;
-}
-
-bool enterMachine(const std::string& root) {
-#ifdef CLONE_NEWUSER
-    const bool hasRights = ::geteuid() == 0 || ::unshare(CLONE_NEWUSER) == 0;
-#else
-    const bool hasRights = ::geteuid() == 0;
-#endif
-    return hasRights && ::chroot(root.c_str()) == 0 && ::chdir("/") == 0;
 }
 
 } // namespace
@@ -104,7 +96,8 @@ void Machine::put(const std::string& path, const std::string& content) const {
 
 std::optional<std::string> Machine::resultOf(const std::function<std::string()>& work) const {
     const std::string marker = "no machine";
-    const std::string result = child::resultOf([&] { return enterMachine(root.path()) ? work() : marker; });
+    const std::string result =
+        child::resultOf([&] { return support::enterRootOfItsOwn(root.path()) ? work() : marker; });
     return result == marker ? std::nullopt : std::optional(result);
 }
 

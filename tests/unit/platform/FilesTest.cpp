@@ -159,7 +159,7 @@ TEST(EntryInfo, DescribesALinkItself) {
 
 TEST(EntryInfo, TellsOwnerAndGroupOfOthers) {
     if (::geteuid() != 0) {
-        GTEST_SKIP() << "only root can give a file away";
+        GTEST_SKIP() << "needs root: it gives a file to another user";
     }
     const TempFolder folder;
     writeFile(folder / "file", "");
@@ -254,7 +254,7 @@ TEST(FolderEntries, GivesNothingRatherThanAPart) {
         return folderEntries(folder.path().c_str()) ? "listed" : "nothing";
     });
     if (result == "not arranged") {
-        GTEST_SKIP() << "this process may not make the system refuse a call";
+        GTEST_SKIP() << "needs seccomp: it makes the system refuse a call";
     }
     EXPECT_EQ(result, "nothing");
 }
@@ -459,7 +459,7 @@ TEST(CopyContent, TellsWhyWritingFailed) {
 
 TEST(GiveFolder, SetsOwnerGroupAndMode) {
     if (::geteuid() != 0) {
-        GTEST_SKIP() << "only root can give a folder away";
+        GTEST_SKIP() << "needs root: it gives a folder to another user";
     }
     const TempFolder folder;
     const ScopedUmask umask(077);
@@ -536,7 +536,7 @@ TEST(SafeToAppendTo, IsNoPipe) {
 
 TEST(SafeToAppendTo, IsNoLinkOfAnotherUser) {
     if (::geteuid() != 0) {
-        GTEST_SKIP() << "only root can make a link of another user";
+        GTEST_SKIP() << "needs root: it gives a link to another user";
     }
     const TempFolder folder;
     writeFile(folder / "file", "");

@@ -89,7 +89,7 @@ TEST(CreateFolders, GivesTheModeThoughTheUmaskTakesAllRightsAway) {
 
 TEST(CreateFolders, GivesOwnerAndGroupToEveryFolderItMakes) {
     if (::geteuid() != 0) {
-        GTEST_SKIP() << "only root can give a folder away";
+        GTEST_SKIP() << "needs root: it gives a folder to another user";
     }
     const TempFolder folder;
     const FolderAttributes attributes = {501, 20, 0775};
@@ -107,7 +107,7 @@ TEST(CreateFolders, GivesOwnerAndGroupToEveryFolderItMakes) {
 
 TEST(CreateFolders, MayGiveTheGroupAlone) {
     if (::geteuid() != 0) {
-        GTEST_SKIP() << "only root can give a folder to any group";
+        GTEST_SKIP() << "needs root: it gives a folder to another group";
     }
     const TempFolder folder;
     const FolderAttributes attributes = {std::nullopt, 20, 0775};

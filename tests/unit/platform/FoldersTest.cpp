@@ -33,7 +33,7 @@ class StandardFolder : public testing::Test {
   protected:
     void SetUp() override {
         if (!machine.resultOf([] { return "works"; })) {
-            GTEST_SKIP() << "this process may not change its root folder";
+            GTEST_SKIP() << "needs a user namespace: it changes its root folder";
         }
     }
 
@@ -142,7 +142,7 @@ TEST_F(StandardFolder, IsNothingForAUserWithoutAHome) {
 
 TEST_F(StandardFolder, BelongsToTheEffectiveUser) {
     if (::geteuid() != 0) {
-        GTEST_SKIP() << "only root can act as another user";
+        GTEST_SKIP() << "needs root: it acts as another user";
     }
     machine.put("/etc/passwd", "ann:x:501:20:Ann:/home/ann:/bin/sh\n");
     fs::create_directories(machine.outside("/home/ann"));

@@ -112,7 +112,7 @@ TEST(System, TheOlderQueryFailsWithoutItsFile) {
         return answers ? "answers" : "nothing";
     });
     if (!result) {
-        GTEST_SKIP() << "this process may not change its root folder";
+        GTEST_SKIP() << "needs a user namespace: it changes its root folder";
     }
     EXPECT_EQ(*result, "nothing");
 }

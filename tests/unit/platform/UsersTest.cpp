@@ -38,7 +38,7 @@ class TheConsoleUser : public testing::Test {
   protected:
     void SetUp() override {
         if (!child::Machine().resultOf([] { return "works"; })) {
-            GTEST_SKIP() << "this process may not change its root folder";
+            GTEST_SKIP() << "needs a user namespace: it changes its root folder";
         }
     }
 };
@@ -95,7 +95,7 @@ TEST(EffectiveUser, IsTheOneOfThisProcess) { EXPECT_EQ(effectiveUser(), ::geteui
 
 TEST(EffectiveUser, ChangesThereAndBack) {
     if (::geteuid() != 0) {
-        GTEST_SKIP() << "only root can act as another user";
+        GTEST_SKIP() << "needs root: it acts as another user";
     }
     EXPECT_EQ(child::resultOf([] {
                   std::string seen = setEffectiveUser(501) ? "changed to " : "refused, still ";
@@ -117,7 +117,7 @@ TEST(EffectiveUser, StaysWhenTheSystemRefuses) {
 
 TEST(EffectiveUserSwitch, LastsUntilItsEnd) {
     if (::geteuid() != 0) {
-        GTEST_SKIP() << "only root can act as another user";
+        GTEST_SKIP() << "needs root: it acts as another user";
     }
     EXPECT_EQ(child::resultOf([] {
                   std::string seen;

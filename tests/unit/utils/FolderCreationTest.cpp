@@ -241,7 +241,7 @@ TEST_F(FolderCreation, GivesMode0775BelowALinkToo) {
 
 TEST_F(FolderCreation, SucceedsWhenTheSystemRefusesTheOwner) {
     if (::geteuid() != 0) {
-        GTEST_SKIP() << "only root can make a folder of another user's to start from";
+        GTEST_SKIP() << "needs root: it makes a folder and then becomes another user";
     }
     fs::permissions(temp.path(), fs::perms(0777));
     support::asOrdinaryUser([this] {

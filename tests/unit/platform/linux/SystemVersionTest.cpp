@@ -63,7 +63,7 @@ TEST(System, GivesNothingWhenTheKernelDoesNotSay) {
         return systemVersion() || machineName() ? "something" : "nothing";
     });
     if (result == "not arranged") {
-        GTEST_SKIP() << "this process may not make the system refuse a call";
+        GTEST_SKIP() << "needs seccomp: it makes the system refuse a call";
     }
     EXPECT_EQ(result, "nothing");
 }

@@ -25,7 +25,7 @@ class TheHomeFolder : public testing::Test {
   protected:
     void SetUp() override {
         if (!child::Machine().resultOf([] { return "works"; })) {
-            GTEST_SKIP() << "this process may not change its root folder";
+            GTEST_SKIP() << "needs a user namespace: it changes its root folder";
         }
     }
 };
@@ -44,7 +44,7 @@ TEST_F(TheHomeFolder, IsEmptyWhenTheMachineKnowsNone) {
 
 TEST_F(TheHomeFolder, IsTheEffectiveUsersWhenActingAsAnother) {
     if (::geteuid() != 0) {
-        GTEST_SKIP() << "only root can act as another user";
+        GTEST_SKIP() << "needs root: it acts as another user";
     }
     const child::Machine machine;
     machine.put("/etc/passwd", "root:x:0:0:root:/root:/bin/sh\nann:x:501:20:Ann:/home/ann:/bin/sh\n");
