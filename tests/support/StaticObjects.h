@@ -16,6 +16,10 @@ namespace statics {
 /// The environment variable that names the folder.
 inline constexpr const char* folderVariable = "HCD_STATIC_OBJECTS";
 
+/// Returns the name of the objects of the shared object. Linkers leave out a shared object that is not asked
+/// for anything.
+const char* sharedName();
+
 inline const char* folder() { return std::getenv(folderVariable); }
 
 inline std::string shown(bool result) { return result ? "true" : "false"; }
