@@ -6,10 +6,13 @@
 # With HCD_FILL_LOG=1 in the environment of this script, the log is first filled up to the size at which the tool starts
 # it anew. The tool's own environment holds nothing of that.
 #
-# Ends with the tool's status, or with 69 and one sentence when no machine can be made here.
+# Ends with the tool's status, or with 69 and one sentence when no machine can be made here or the tool cannot be started.
 set -euo pipefail
 
-project=$(cd "$(dirname "$0")/.." && pwd)
+cd "$(dirname "$0")/.."
+# shellcheck source=tools/common.sh
+. tools/common.sh
+project=$PWD
 tool=$project/build/release/bin/HCDCustomHook
 disk=$project/build/machine
 home=/Users/operator
@@ -81,9 +84,25 @@ prepare_disk() {
     [[ ${HCD_FILL_LOG-} != 1 ]] || fill_log
 }
 
+# What the tool prints goes to descriptor 3, so that it is not mixed with what the machine says.
 run_tool() {
+    # shellcheck disable=SC2016 # the machine's shell expands them
     "$project/tests/e2e/machine.sh" "$disk" --ro-bind "$tool" /opt/hcd/HCDCustomHook --setenv HOME "$home" \
-        --ro-bind-try /etc/localtime /etc/localtime -- /opt/hcd/HCDCustomHook "$@"
+        --ro-bind-try /etc/localtime /etc/localtime -- /bin/sh -c 'exec "$0" "$@" >&3 2>&3 3>&-' \
+        /opt/hcd/HCDCustomHook "$@"
+}
+
+no_run() { # no_run SENTENCE
+    printf '%s\n' "$1" >&2
+    exit 69
+}
+
+# Ends the script unless the tool itself ran. The machine says nothing then; its shell ends with 126 or 127 otherwise.
+check_run() { # check_run STATUS COMPLAINTS PRINTED
+    local advice="run it as root, or let users make namespaces (sysctl user.max_user_namespaces; in a container --privileged)."
+    [[ $1 -ne 69 || -z $2 ]] || no_run "${2%.}; $advice"
+    [[ -z $2 ]] || no_run "The machine could not run the tool: ${2%.}; $advice"
+    [[ $1 -ne 126 && $1 -ne 127 ]] || no_run "The tool cannot be started: ${3##*: }; ./dev clean removes what was built."
 }
 
 state() {
@@ -125,14 +144,14 @@ show_run() {
     printf 'Printed      %s\n' "${5:-nothing}"
 }
 
+mkdir -p build/machine 2>/dev/null || true
+need_writable build/machine
 prepare_disk
 before=$(state)
 status=0
-printed=$(run_tool "$@" 2>&1) || status=$?
-if [[ $status -eq 69 ]]; then
-    printf '%s\n' "$printed" >&2
-    exit "$status"
-fi
+complaints=$(run_tool "$@" 2>&1 3>build/printed) || status=$?
+printed=$(<build/printed)
+check_run "$status" "${complaints//$'\n'/ }" "$printed"
 show_run "$*" "$before" "$(state)" "$status" "$printed"
 show_tree
 show_file "The manifest" "$manifest"

@@ -2,17 +2,20 @@
 # Installs the Debian packages that the given purposes need and that are missing. Quick when none is. Debian 12 and 13 have
 # packages of all these names.
 set -euo pipefail
+# shellcheck source=tools/common.sh
+. tools/common.sh
 
 declare -A packages=(
     [build]="g++ cmake ninja-build pkg-config libxml2-dev libplist-dev libsystemd-dev"
     [run]="bubblewrap"
-    [test]="libgtest-dev libgmock-dev"
+    [test]="libgtest-dev libgmock-dev ccache"
     [foundation]="gobjc++ libgnustep-base-dev make"
-    [machines]="g++-12-multilib g++-aarch64-linux-gnu qemu-user googletest clang libc++-dev libc++abi-dev"
+    [clang]="clang"
+    [machines]="g++-12-multilib g++-aarch64-linux-gnu qemu-user googletest clang libc++-dev libc++abi-dev ccache"
     [consumer]="bubblewrap clang g++-12-multilib"
     [bare]="debootstrap git"
-    [bench]=""
-    [check]="git clang clang-format-19 clang-tidy shellcheck"
+    [format]="git clang-format-19"
+    [tidy]="git clang clang-tidy shellcheck"
 )
 
 missing=()
@@ -24,15 +27,21 @@ for purpose in "$@"; do
 done
 [ ${#missing[@]} -eq 0 ] && exit 0
 
+command="apt-get install --no-install-recommends ${missing[*]}"
 as_root=()
 if [ "$(id -u)" -ne 0 ]; then
-    if ! command -v sudo >/dev/null; then
-        echo "These packages are missing: ${missing[*]}. Install them as root, or install sudo, and try again." >&2
-        exit 1
-    fi
+    type -P sudo >/dev/null || fail "Packages are missing and there is no sudo: as root, run $command, then try again."
+    sudo true || fail "Packages are missing and sudo does not let you install them: as root, run $command, then try again."
     as_root=(sudo)
 fi
 echo "Installing ${missing[*]}" >&2
-"${as_root[@]}" apt-get update -qq
-"${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get install -y -qq --no-install-recommends \
-    "${missing[@]}" >/dev/null
+log=build/install.log
+{
+    "${as_root[@]}" apt-get -o DPkg::Lock::Timeout=300 update &&
+        "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get -o DPkg::Lock::Timeout=300 install -y \
+            --no-install-recommends "${missing[@]}"
+} </dev/null 2>&1 | tee "$log" | tick_lines Installing || {
+    ! disk_is_full "$log" || fail "$disk_full"
+    grep -E '^(E|Err|W):' "$log" | head -n 5 >&2 || true
+    fail "The packages cannot be installed: check the network and /etc/apt, then try again (all that apt-get says is in $log)."
+}
