@@ -279,7 +279,7 @@ void reportTree(Random& random) {
     const Task task = taskIn(random);
     const std::string place = placeIn(random, tree);
     const mode_t mask = random.of(masks);
-    const bool isOrdinary = random.oneIn(2);
+    const bool isOrdinary = random.oneIn(2) || ::geteuid() != 0;
     const bool isRelative = place.empty() || random.oneIn(3);
     const support::TempFolder folder;
     const std::string top =
