@@ -1,6 +1,7 @@
 #include "e2e/LogRecord.h"
 #include "e2e/Machine.h"
 
+#include <optional>
 #include <random>
 #include <sstream>
 
@@ -24,7 +25,7 @@ class SeveralRunsAtOnce : public MachineTest {
     }
 };
 
-/// Runs that are killed at moments spread over the time that a whole run takes.
+/// Runs that are killed at moments spread over the time of a whole run.
 class KilledRuns : public MachineTest {
   protected:
     void SetUp() override {
@@ -34,35 +35,35 @@ class KilledRuns : public MachineTest {
         machine.put("/Users/old.xml", "<Older>" + std::string(6000, 'o') + "</Older>\n");
     }
 
-    /// The seconds of one run, taken from ten.
-    double secondsOfARun() const {
-        const Outcome outcome = machine.runShell("started=$(date +%s%N)\n"
-                                                 "for run in 1 2 3 4 5 6 7 8 9 10; do\n"
-                                                 "  timeout 60 HCDCustomHook --install=1\n"
-                                                 "done\n"
-                                                 "echo $(($(date +%s%N) - started))");
-        return std::stod(outcome.output) / 1e10;
-    }
-
-    static std::string moments(double longest, int count) {
+    /// Parts of a thousand, in an order that a fixed seed chooses.
+    static std::string parts(int count) {
         std::mt19937 generator(20261116);
-        std::uniform_real_distribution<double> moment(longest / 20, longest);
+        std::uniform_int_distribution<int> part(50, 1000);
         std::ostringstream text;
-        text << std::fixed;
         for (int index = 0; index < count; ++index) {
-            text << moment(generator) << ' ';
+            text << part(generator) << ' ';
         }
         return text.str();
     }
 
-    /// Installs over the old manifest again and again, each run killed at one of `moments`. Prints a word a
-    /// run: which manifest was there afterwards.
-    Outcome installAndKill(const std::string& moments) const {
-        return machine.runShell("manifest='" + Manifest + "'\n" + "for moment in " + moments +
+    /// Installs over the old manifest again and again until `kills` runs were killed, at moments spread over
+    /// the time of a run. That time is found on the way: it gets shorter with each run that completes and
+    /// longer with each that is killed. Prints a word a run: which manifest was there afterwards.
+    Outcome installAndKill(int kills) const {
+        return machine.runShell("manifest='" + Manifest + "' longest=20000 killed=0\n" + "for part in " +
+                                parts(10 * kills) +
                                 "; do\n"
+                                "  [ $killed -lt " +
+                                std::to_string(kills) +
+                                " ] || break\n"
                                 "  cp /Users/old.xml \"$manifest\"\n"
+                                "  moment=$(printf 0.%06d $((longest * part / 1000)))\n"
                                 "  timeout -s KILL $moment HCDCustomHook --install=1\n"
                                 "  status=$?\n"
+                                "  if [ $status -eq 137 ]; then\n"
+                                "    killed=$((killed + 1)) longest=$((longest * 51 / 50))\n"
+                                "  else longest=$((longest * 9 / 10)); fi\n"
+                                "  [ $longest -lt 990000 ] || longest=990000\n"
                                 "  if cmp -s \"$manifest\" /Users/old.xml; then echo old $status\n"
                                 "  elif cmp -s \"$manifest\" /Users/new.xml; then echo new $status\n"
                                 "  else echo torn $status; fi\n"
@@ -71,11 +72,12 @@ class KilledRuns : public MachineTest {
     }
 };
 
-int countOf(const std::string& line, const std::string& text) {
+/// How many lines of `text` are `line`, or how many there are.
+int countOf(const std::optional<std::string>& line, const std::string& text) {
     int count = 0;
     std::istringstream lines(text);
     for (std::string found; std::getline(lines, found);) {
-        count += found == line ? 1 : 0;
+        count += !line || found == *line ? 1 : 0;
     }
     return count;
 }
@@ -133,19 +135,19 @@ TEST_F(SeveralRunsAtOnce, ShowAReaderTheOldManifestOrTheNewOneAndNothingElse) {
 }
 
 TEST_F(KilledRuns, LeaveTheOldManifestOrTheNewOneAndNothingElse) {
-    const int runs = 120;
-    const Outcome outcome = installAndKill(moments(secondsOfARun() * 1.1, runs));
+    const int kills = 100;
+    const Outcome outcome = installAndKill(kills);
     EXPECT_EQ(outcome.status, 0);
     const int killed = countOf("old 137", outcome.output) + countOf("new 137", outcome.output);
     const int completed = countOf("new 0", outcome.output);
-    EXPECT_EQ(killed + completed, runs) << outcome.output;
-    EXPECT_GT(killed, 0);
+    EXPECT_EQ(killed, kills) << outcome.output;
+    EXPECT_EQ(killed + completed, countOf(std::nullopt, outcome.output)) << outcome.output;
     RecordProperty("killed", killed);
     RecordProperty("completed", completed);
 }
 
 TEST_F(KilledRuns, DoNotKeepALaterRunFromItsJobOrItsLog) {
-    const Outcome outcome = installAndKill(moments(secondsOfARun(), 30));
+    const Outcome outcome = installAndKill(30);
     EXPECT_EQ(outcome.status, 0);
     EXPECT_EQ(machine.read(Manifest), manifestText());
     const std::vector<std::string> told = toldBy(machine.read(Log));
