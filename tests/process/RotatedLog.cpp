@@ -113,20 +113,20 @@ const support::KnownRole writesOnOrder("rotating-traced", [](const std::vector<s
 
 /// Writes until the system ends it in the middle of a record, when the log is SIZE bytes long: FOLDER WRITER
 /// SIZE.
-const support::KnownRole diesInARecord("rotating-cut", [](const std::vector<std::string>& arguments) {
+const support::KnownRole diesInARecord("rotating-cut", [](const std::vector<std::string>& arguments) -> int {
     Writer writer(arguments.at(0), std::stoi(arguments.at(1)), Checks::AtRegistration);
-    const bool enrolled = writer.enroll(arguments.at(0));
-    writer.write();
+    if (!writer.enroll(arguments.at(0))) {
+        return 1;
+    }
     rlimit none = {};
     ::setrlimit(RLIMIT_CORE, &none);
     rlimit most = {};
     ::getrlimit(RLIMIT_FSIZE, &most);
     most.rlim_cur = std::stoul(arguments.at(2));
     ::setrlimit(RLIMIT_FSIZE, &most);
-    while (enrolled) {
+    for (;;) {
         writer.write();
     }
-    return 1;
 });
 
 constexpr std::string_view timeForm = "00/00/00 00:00:00:000";
