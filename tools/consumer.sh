@@ -102,9 +102,9 @@ has_no_tests() { # has_no_tests FOLDER: a project that adds this one as a folder
     [ -f "$1/build.ninja" ] && ! grep -E '^build [^:]*(unit_tests|HCDCustomHook|gtest|record_path)' "$1/build.ninja"
 }
 
-warns_of_every_mistake() { # warns_of_every_mistake COMPILER OPTION...
-    "$@" -std=c++20 -fsyntax-only -I "$prefix/include" "$sources/mistakes.cpp" 2>&1 | tee "$work/mistakes" || true
-    [ "$(grep -c 'warning:' "$work/mistakes")" -eq 4 ]
+warns() { # warns COUNT SOURCE COMPILER OPTION...
+    "${@:3}" -std=c++20 -fsyntax-only -I "$prefix/include" "$sources/$2" 2>&1 | tee "$work/warnings" || true
+    [ "$(grep -c 'warning:' "$work/warnings")" -eq "$1" ]
 }
 
 compiles_alone() { # compiles_alone COMPILER MACROS HEADER
@@ -115,13 +115,15 @@ compiles_alone() { # compiles_alone COMPILER MACROS HEADER
 }
 
 every_header_compiles_alone() { # every_header_compiles_alone COMPILER MACROS
-    local header
+    local header headers
+    headers=$(cd "$prefix/include" && find elmu -name '*.h')
+    [ "$(wc -l <<<"$headers")" -gt 15 ]
     while read -r header; do
         compiles_alone "$1" "$2" "$header"
-    done < <(cd "$prefix/include" && find . -name '*.h' -printf '%P\n')
+    done <<<"$headers"
 }
 
-finds() { # finds VERSION ANSWER: what find_package(elmu VERSION QUIET) answers
+finds() { # finds VERSION ANSWER CMAKE-OPTION...: what find_package(elmu VERSION QUIET) answers
     mkdir -p "$work/quiet"
     cat >"$work/quiet/CMakeLists.txt" <<TEXT
 cmake_minimum_required(VERSION 3.25)
@@ -129,14 +131,19 @@ project(Quiet LANGUAGES CXX)
 find_package(elmu $1 QUIET)
 message(STATUS "elmu_FOUND is \${elmu_FOUND}")
 TEXT
-    cmake -S "$work/quiet" -B "$work/quiet/build" --fresh -DCMAKE_PREFIX_PATH="$prefix" 2>&1 |
+    cmake -S "$work/quiet" -B "$work/quiet/build" --fresh -DCMAKE_PREFIX_PATH="$prefix" "${@:3}" 2>&1 |
         tee "$work/quiet/answer"
     grep -qE "elmu_FOUND is ($2)" "$work/quiet/answer"
 }
 
-is_not_found_without_a_dependency() {
-    PKG_CONFIG_LIBDIR=$work/nowhere finds "" '0|FALSE' && ! grep -i error "$work/quiet/answer"
+# shellcheck disable=SC2120 # the arguments may be left out
+is_not_found_quietly() { # is_not_found_quietly CMAKE-OPTION...
+    finds "" '0|FALSE' "$@"
+    ! grep -i error "$work/quiet/answer"
 }
+
+# shellcheck disable=SC2119
+is_not_found_without_modules() { PKG_CONFIG_LIBDIR=$work/nowhere is_not_found_quietly; }
 
 agrees_on_32_bits() {
     local folder=$project/build/machines/i386 options reference='' answer
@@ -163,7 +170,10 @@ check "component tool" installs_the_tool_alone
 check "found as version 4" finds 4 '1|TRUE'
 check "not found as version 3" finds 3 '0|FALSE'
 check "not found as version 5" finds 5 '0|FALSE'
-check "not found without a dependency" is_not_found_without_a_dependency
+check "not found with components" finds "COMPONENTS logging" '0|FALSE'
+check "not found without modules" is_not_found_without_modules
+check "not found without libxml2" is_not_found_quietly -DCMAKE_DISABLE_FIND_PACKAGE_LibXml2=ON
+check "not found without pkg-config" is_not_found_quietly -DPKG_CONFIG_EXECUTABLE=/nowhere
 for compiler in g++ clang++; do
     for macro_kind in "no macros" "hostile macros"; do
         given=
@@ -182,8 +192,10 @@ for compiler in g++ clang++; do
     done
 done
 echo "Compiler warnings"
-check "four mistakes, clang++" warns_of_every_mistake clang++
-check "four mistakes, g++" warns_of_every_mistake g++ -Wall -Wformat-security
+check "four mistakes, clang++" warns 4 mistakes.cpp clang++
+check "four mistakes, g++" warns 4 mistakes.cpp g++ -Wall -Wformat-security
+check "a mistake in each operation, clang++" warns 26 every_operation.cpp clang++
+check "a mistake in each operation, g++" warns 26 every_operation.cpp g++ -Wall
 echo "32 bits"
 check "the same sizes whatever the macros" agrees_on_32_bits
 [ $failed -eq 0 ] || { echo "$failed checks failed; their logs are in build/consumer/logs." >&2; exit 1; }
