@@ -219,22 +219,41 @@ TEST_F(PostinstallScript, FailsWhenAFolderIsInTheManifestsPlace) {
     expectNoManifestWritten();
 }
 
-TEST_F(PostinstallScript, IsContentWithANewFileWhateverItsTime) {
-    for (const std::string day : {"2001-01-01", "2101-01-01"}) {
+TEST_F(PostinstallScript, FailsWhenALinkIsInTheManifestsPlace) {
+    machine.makeFolder(SpecifierFolder);
+    replaceToolBy("ln -s /etc/passwd \"$1\"");
+    expectNoManifestWritten();
+}
+
+TEST_F(PostinstallScript, ReplacesALinkThatLeadsNowhere) {
+    machine.makeFolder(SpecifierFolder);
+    fs::create_symlink("/nowhere", machine.outside(Manifest));
+    install();
+    EXPECT_EQ(machine.read(Manifest), manifestText());
+}
+
+TEST_F(PostinstallScript, FailsWhenTheManifestIsOlderThanItsOwnStart) {
+    for (const std::string command :
+         {"touch -d 2001-01-01 \"$1.new\" && mv \"$1.new\" \"$1\"", "touch -d 2001-01-01 \"$1\""}) {
         putOlderManifest();
-        replaceToolBy("touch -r \"$1\" \"$1.new\" && mv \"$1.new\" \"$1\"");
-        install();
-        replaceToolBy("touch -d " + day + " \"$1.new\" && mv \"$1.new\" \"$1\"");
+        replaceToolBy(command);
+        expectNoManifestWritten();
+    }
+}
+
+TEST_F(PostinstallScript, IsContentWithANewFileOrANewTime) {
+    for (const std::string command :
+         {": >\"$1.new\" && mv \"$1.new\" \"$1\"", "touch -d 2101-01-01 \"$1.new\" && mv \"$1.new\" \"$1\"",
+          "touch -d 2101-01-01 \"$1\""}) {
+        putOlderManifest();
+        replaceToolBy(command);
         install();
     }
 }
 
-TEST_F(PostinstallScript, IsContentWithTheSameFileOfAnotherTime) {
-    for (const std::string day : {"2001-01-01", "2101-01-01"}) {
-        putOlderManifest();
-        replaceToolBy("touch -d " + day + " \"$1\"");
-        install();
-    }
+TEST_F(PostinstallScript, FailsInOneSentenceWithoutATemporaryFolder) {
+    machine.setEnvironment("TMPDIR", "/nowhere");
+    expectFailure(1, "A temporary folder could not be made in /nowhere.");
 }
 
 TEST_F(PostinstallScript, LeavesNoTemporaryFile) {
