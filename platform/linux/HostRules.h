@@ -19,8 +19,8 @@ struct LanguageVariables {
 };
 
 /// Returns the entries of LANGUAGE, then the locale of messages, as tags and each of them once. As in
-/// gettext, LANGUAGE does not count in the C locale, and an entry that names the C locale ("C", "POSIX", also
-/// with a codeset) ends the list: it asks for untranslated text before anything that follows it.
+/// gettext, LANGUAGE does not count in the C locale, and an entry "C" or "POSIX" ends the list: it asks for
+/// untranslated text before anything that follows it. An entry such as "C.UTF-8" is passed over.
 std::vector<std::string> languagesFrom(const LanguageVariables& variables);
 
 /// The locale of characters, codeset and modifier cut off.

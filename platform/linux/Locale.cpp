@@ -54,10 +54,12 @@ std::vector<std::string> languagesFrom(const LanguageVariables& variables) {
     for (std::string_view rest = variables.language; !rest.empty();) {
         const std::size_t length = std::min(rest.find(':'), rest.size());
         const std::string_view entry = rest.substr(0, length);
-        if (isCLocale(entry)) {
+        if (entry == "C" || entry == "POSIX") {
             return languages;
         }
-        addLanguage(languages, entry);
+        if (!isCLocale(entry)) {
+            addLanguage(languages, entry);
+        }
         rest.remove_prefix(std::min(length + 1, rest.size()));
     }
     addLanguage(languages, locale);

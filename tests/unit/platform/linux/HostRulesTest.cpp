@@ -79,11 +79,16 @@ TEST(LanguagesFrom, TheCLocaleHidesTheLocalesAfterIt) {
 }
 
 TEST(LanguagesFrom, EndsTheListAtAnEntryOfTheCLocale) {
-    for (const std::string entry : {"C", "POSIX", "C.UTF-8", "C.utf8"}) {
+    for (const std::string entry : {"C", "POSIX"}) {
         EXPECT_THAT(languagesFrom({"de:" + entry + ":fr", "", "", "", "en_US"}), ElementsAre("de")) << entry;
         EXPECT_THAT(languagesFrom({"de:" + entry, "", "", "", "en_US"}), ElementsAre("de")) << entry;
         EXPECT_THAT(languagesFrom({entry + ":de", "", "", "", "en_US"}), IsEmpty()) << entry;
     }
+}
+
+TEST(LanguagesFrom, PassesEntriesOfTheCLocaleWithACodesetOver) {
+    EXPECT_THAT(languagesFrom({"C.UTF-8:de:POSIX.utf8:C@euro:fr", "", "", "", "en_US"}),
+                ElementsAre("de", "fr", "en-US"));
 }
 
 TEST(LanguagesFrom, GoesOnAfterAnEntryThatOnlyBeginsAsTheCLocaleDoes) {
