@@ -5,7 +5,7 @@
 namespace elmu {
 
 /// What code that reports needs of a logger. `format` and what follows it are those of `printf`; `args`
-/// is an argument list in the form of logging/ArgumentList.h, or null when `format` is the finished
+/// is an argument list in the form of elmu/logging/ArgumentList.h, or null when `format` is the finished
 /// message. Nothing fails visibly: a record that cannot be written is dropped.
 class AbstractLogger {
   public:

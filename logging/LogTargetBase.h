@@ -29,7 +29,7 @@ class LogTargetBase {
     virtual bool onUnregisterTarget() = 0;
 
     /// Filters, formats and writes one record. Null texts are empty fields. `args` is an argument list in
-    /// the form of logging/ArgumentList.h, of which the target uses a copy, or null when `format` is the
+    /// the form of elmu/logging/ArgumentList.h, of which the target uses a copy, or null when `format` is the
     /// finished message. `timeMs` is in milliseconds since the epoch, 0 for now. `locked` asks for the lock
     /// between processes, which may block.
     virtual bool writeLog(Log_Level level, const char* context1, const char* context2, const char* context3,

@@ -63,10 +63,6 @@ void openForAppending(std::fstream& s, const std::string& path) {
     }
 }
 
-/// A writer that is killed in the middle of its write leaves part of a line, which ends where a block of
-/// memory does. Only then the end of the file is read.
-bool mayEndUnfinished(std::streamoff size) { return size > 0 && size % kBlockSize == 0; }
-
 } // namespace
 
 LogTargetDefault::LogTargetDefault(const char* id) {
@@ -210,11 +206,13 @@ void LogTargetDefault::checkSizeWhenDue() {
     }
 }
 
-/// The end of the file, after an unfinished record was removed from it.
+/// Returns the end of the file, after an unfinished record was removed from it. A writer that is killed in
+/// the middle of its write leaves part of a line, which ends where a block of memory does: the end is read
+/// only then.
 std::streamoff LogTargetDefault::mendedEnd() {
     std::streambuf& buffer = *stream.std::ios::rdbuf();
     const auto end = std::streamoff(buffer.pubseekoff(0, std::ios::end));
-    if (!mayEndUnfinished(end)) {
+    if (end <= 0 || end % kBlockSize != 0) {
         return end;
     }
     cutUnfinishedRecord(logFilePath, end);
@@ -251,10 +249,8 @@ bool LogTargetDefault::SegmentLogFile(bool /*ignored*/) {
         return true;
     }
     headerPending = true;
+    mendedEnd(); // an unfinished record would never be removed from the copy
     closeStream();
-    if (mayEndUnfinished(size)) {
-        cutUnfinishedRecord(logFilePath, size);
-    }
     timeval now = {};
     getCurrentTime(now);
     const auto copied = makeDatedCopy(logFilePath, now.tv_sec);

@@ -75,16 +75,17 @@ class LogTargetDefault : public LogTargetBase {
     /// Fills the target's own header with what is known of the machine and the installed application.
     void initializeHeader();
 
-    /// Looks at the size of the log file and rotates it when it has reached the limit of the target's level:
-    /// its content goes to a dated copy beside it, it is emptied and opened anew, a header becomes due, and
-    /// old copies are pruned unless the marker file "ruk.trace" beside the log holds "keeplogs". When the
-    /// copy fails the file keeps its content. To be called with the lock held. The result is that of the size
-    /// query, or, after a rotation, of opening the file. The argument is ignored.
+    /// Rotates the log file if its size has reached the limit of the target's level: removes an unfinished
+    /// record at its end, copies its content to a dated copy beside it, empties it and opens it again, makes
+    /// a header due, and prunes old copies unless the marker file "ruk.trace" beside the log holds
+    /// "keeplogs". If the copy fails, the file keeps its records. To be called with the lock held. Returns
+    /// the result of the size query, or, after a rotation, of opening the file. Ignores the argument.
     bool SegmentLogFile(bool ignored);
 
-    /// Removes everything below the log's folder whose name begins with the log's base name, except the live
-    /// file and copies from the latest `count` days, of which the newest stay: `count` + 1 files with the
-    /// live one. Failures are ignored. Nothing is removed when `count` is 0 or negative. Always false.
+    /// Removes everything below the log's folder whose path from there begins with the log's base name: also
+    /// other people's files, and files in folders with such a name. The live file stays, and of the copies
+    /// from the latest `count` days the newest, `count` + 1 files in all. Ignores failures. Removes nothing
+    /// if `count` is 0 or negative. Always returns false.
     bool removeLogFilesExceptLastN(int count);
 
     /// Appends the names of the elements whose content is masked to `xmlTagNameList`.

@@ -17,11 +17,11 @@ class LogTargetBase;
 /// its `writeLog` register and unregister nothing.
 ///
 /// Constructors and destructors of static objects, in programs and shared objects, and exit handlers may use
-/// the core in any order. It is destroyed at exit as a static object that the first `getInstance` constructs:
-/// it then forgets its targets, without a hook and without deleting one. From then on records are dropped,
-/// registration is refused, unregistration finds nothing to do, and no hook runs. A static object whose
-/// constructor calls `getInstance`, as building a `Logger` does, is destroyed before the core; one of a
-/// shared object may be destroyed after it on some systems.
+/// the core in any order. At exit the core is closed, as a static object that the first `getInstance`
+/// constructs would be: it forgets its targets, without a hook and without deleting one. From then on records
+/// are dropped, registration is refused, unregistration finds nothing to do, and no hook runs. A static
+/// object whose constructor calls `getInstance`, as building a `Logger` does, is destroyed before the core;
+/// one of a shared object may be destroyed after it on some systems.
 class LoggingCore {
   public:
     /// Returns the process's single instance, which the first call makes. The pointer is valid until the

@@ -3,9 +3,9 @@
 #include <cstdint>
 #include <string>
 
-/// Path texts, edited in place by the rules of platform/Paths.h. Each returns false and leaves its output as
-/// it was when there is no result. Texts end at their first NUL byte. Only `appendTimeStampToFile` asks for
-/// the time; none looks at the file system.
+/// Path texts, edited in place by the rules of NSString's path methods. Each returns false and leaves its
+/// output as it was when there is no result. Texts end at their first NUL byte. Only `appendTimeStampToFile`
+/// asks for the time; none looks at the file system.
 namespace elmu {
 
 /// Appends `component` to `path` as a component.

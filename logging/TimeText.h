@@ -30,7 +30,7 @@ bool getDatetime(std::string& stamp);
 /// The same with `now` in seconds since the epoch.
 bool getDatetime(std::string& stamp, std::int64_t now);
 
-/// Formats `format` with a copy of the travelling argument list `args` (see logging/ArgumentList.h) into
+/// Formats `format` with a copy of the travelling argument list `args` (see elmu/logging/ArgumentList.h) into
 /// `buffer` of `size` bytes, of which the last is never used: at most `size` - 2 characters and a NUL. The
 /// result is `vsnprintf`'s. With null `args`, 0 and `buffer` untouched.
 int getLogMessage(char* buffer, unsigned long size, const char* format, char* args);

@@ -10,7 +10,7 @@ namespace ELMUUtils {
 class CommandLineParser {
   public:
     /// Sets where records go: an `elmu::AbstractLogger*`, not owned, or null for the process-wide
-    /// receivers of utils/Reporting.h. May be changed at any time.
+    /// receivers of elmu/utils/Reporting.h. May be changed at any time.
     void setLogger(void* newLogger);
 
     /// Reads `argv[1]` to `argv[argc - 1]`; `argv[0]`, the program itself, is skipped. An argument

@@ -36,7 +36,7 @@ enum PathType : int {
 
 /// Files and folders. All operations are static, block, and keep no state. Paths end at their first NUL
 /// byte. A `logger` is an `elmu::AbstractLogger*`, not owned; null means the process-wide receivers of
-/// utils/Reporting.h. Operations that say nothing of records take it and never use it.
+/// elmu/utils/Reporting.h. Operations that say nothing of records take it and never use it.
 class FileUtils {
   public:
     /// Puts the folder that `type` names into `path`. A lookup that succeeds replaces `path`; the part

@@ -39,7 +39,7 @@ class XMLParser {
     bool getXMLString(std::string& xml);
 
     /// Where failures are reported: an `elmu::AbstractLogger*`, not owned, or null for the process-wide
-    /// receivers of utils/Reporting.h.
+    /// receivers of elmu/utils/Reporting.h.
     void* logger = nullptr;
 
   private:

@@ -20,6 +20,7 @@ TempFolder::TempFolder() {
 
 TempFolder::~TempFolder() {
     std::error_code ignored;
+    fs::permissions(folder, fs::perms::owner_all, ignored);
     for (auto entry = fs::recursive_directory_iterator(folder, ignored);
          entry != fs::recursive_directory_iterator(); entry.increment(ignored)) {
         if (entry->is_directory(ignored) && !entry->is_symlink(ignored)) {
