@@ -1,8 +1,8 @@
 #include <elmu/logging/DatedCopy.h>
 
+#include "platform/Files.h"
 #include <elmu/logging/FileProbes.h>
 #include <elmu/logging/PathText.h>
-#include "platform/Files.h"
 
 namespace elmu {
 

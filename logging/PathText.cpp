@@ -2,8 +2,8 @@
 
 #include <libgen.h>
 
-#include <elmu/logging/TimeText.h>
 #include "platform/Paths.h"
+#include <elmu/logging/TimeText.h>
 
 namespace elmu {
 

@@ -2,8 +2,8 @@
 
 #include <cstdio>
 
-#include <elmu/logging/StringUtils.h>
 #include "platform/System.h"
+#include <elmu/logging/StringUtils.h>
 
 namespace ELMUUtils {
 

@@ -21,8 +21,8 @@ namespace {
 
 enum Finder { Anybody, OrdinaryUser };
 
-/// What GNUstep does differently from the home platform, who finds that, and the versions of GNUstep Base that
-/// do so: all if none is named.
+/// What GNUstep does differently from the home platform, who finds that, and the versions of GNUstep Base
+/// that do so: all if none is named.
 struct Difference {
     const char* name;
     Finder finder;

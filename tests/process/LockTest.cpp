@@ -8,10 +8,10 @@
 
 #include <gtest/gtest.h>
 
-#include <elmu/logging/BinaryLock.h>
 #include "support/Children.h"
 #include "support/SemaphoreSets.h"
 #include "support/TempFolder.h"
+#include <elmu/logging/BinaryLock.h>
 
 namespace {
 

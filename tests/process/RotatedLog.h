@@ -11,9 +11,9 @@
 
 #include <sys/types.h>
 
-#include <elmu/logging/BinaryLock.h>
 #include "support/Children.h"
 #include "support/LogHome.h"
+#include <elmu/logging/BinaryLock.h>
 
 /// A log that several processes write and rotate, and what became of their records.
 namespace rotated {

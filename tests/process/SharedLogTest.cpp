@@ -13,13 +13,13 @@
 #include <sched.h>
 #include <unistd.h>
 
+#include "support/Children.h"
+#include "support/InChild.h"
+#include "support/LogHome.h"
 #include <elmu/logging/BinaryLock.h>
 #include <elmu/logging/LogTargetDefault.h>
 #include <elmu/logging/Logger.h>
 #include <elmu/logging/LoggingCore.h>
-#include "support/Children.h"
-#include "support/InChild.h"
-#include "support/LogHome.h"
 
 namespace {
 

@@ -4,9 +4,9 @@
 
 #include <gtest/gtest.h>
 
+#include "support/LogHome.h"
 #include <elmu/logging/LogTargetDefault.h>
 #include <elmu/logging/LoggingCore.h>
-#include "support/LogHome.h"
 
 namespace support {
 

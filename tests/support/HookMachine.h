@@ -3,11 +3,11 @@
 #include <string>
 #include <vector>
 
-#include <elmu/logging/Logger.h>
 #include "support/LogHome.h"
 #include "support/RecordingLogger.h"
 #include "support/ReportReceivers.h"
 #include "support/ScriptedHost.h"
+#include <elmu/logging/Logger.h>
 
 /// What the hook's routines work on and report to.
 namespace support {

@@ -8,7 +8,6 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <elmu/logging/LoggingCore.h>
 #include "support/HookMachine.h"
 #include "support/InChild.h"
 #include "support/RecordingTarget.h"
@@ -16,6 +15,7 @@
 #include "support/Scopes.h"
 #include "support/TempFolder.h"
 #include "support/XmlText.h"
+#include <elmu/logging/LoggingCore.h>
 #include <elmu/utils/XMLParser.h>
 
 namespace fs = std::filesystem;

@@ -11,13 +11,13 @@
 #include <sys/syscall.h>
 #include <unistd.h>
 
-#include <elmu/logging/BinaryLock.h>
 #include "support/InChild.h"
 #include "support/OwnIpc.h"
 #include "support/RefusedCalls.h"
 #include "support/Scopes.h"
 #include "support/SemaphoreSets.h"
 #include "support/TempFolder.h"
+#include <elmu/logging/BinaryLock.h>
 
 namespace {
 

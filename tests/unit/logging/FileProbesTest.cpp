@@ -6,10 +6,10 @@
 
 #include <sys/stat.h>
 
-#include <elmu/logging/FileProbes.h>
 #include "support/InChild.h"
 #include "support/Scopes.h"
 #include "support/TempFolder.h"
+#include <elmu/logging/FileProbes.h>
 
 namespace {
 

@@ -5,9 +5,9 @@
 
 #include <gtest/gtest.h>
 
+#include "support/LogHome.h"
 #include <elmu/logging/LogHeader.h>
 #include <elmu/logging/LogTargetDefault.h>
-#include "support/LogHome.h"
 
 namespace {
 

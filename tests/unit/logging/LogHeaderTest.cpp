@@ -12,10 +12,10 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <elmu/logging/LogTargetDefault.h>
 #include "support/Clock.h"
 #include "support/FileTargetTest.h"
 #include "support/Scopes.h"
+#include <elmu/logging/LogTargetDefault.h>
 
 namespace {
 

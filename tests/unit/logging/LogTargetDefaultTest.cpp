@@ -13,14 +13,14 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <elmu/logging/BinaryLock.h>
-#include <elmu/logging/LogTargetDefault.h>
-#include <elmu/logging/LoggingCore.h>
 #include "support/Clock.h"
 #include "support/FileTargetTest.h"
 #include "support/InChild.h"
 #include "support/RefusedCalls.h"
 #include "support/Scopes.h"
+#include <elmu/logging/BinaryLock.h>
+#include <elmu/logging/LogTargetDefault.h>
+#include <elmu/logging/LoggingCore.h>
 
 namespace {
 

@@ -10,11 +10,11 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <elmu/logging/Logger.h>
-#include <elmu/logging/LoggingCore.h>
 #include "support/LogHome.h"
 #include "support/RecordingTarget.h"
 #include "support/VirtualPlace.h"
+#include <elmu/logging/Logger.h>
+#include <elmu/logging/LoggingCore.h>
 
 namespace {
 

@@ -7,10 +7,10 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <elmu/logging/Logger.h>
-#include <elmu/logging/LoggingCore.h>
 #include "support/LogHome.h"
 #include "support/RecordingTarget.h"
+#include <elmu/logging/Logger.h>
+#include <elmu/logging/LoggingCore.h>
 
 namespace {
 

@@ -6,9 +6,9 @@
 
 #include <gtest/gtest.h>
 
+#include "support/LogHome.h"
 #include <elmu/logging/LogTargetDefault.h>
 #include <elmu/logging/SensitiveData.h>
-#include "support/LogHome.h"
 
 /// The rules for tokens and elements once more, as plainly as they can be said, against the library's.
 namespace {

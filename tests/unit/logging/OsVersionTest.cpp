@@ -2,8 +2,8 @@
 
 #include <gtest/gtest.h>
 
-#include <elmu/logging/LogHeader.h>
 #include "support/ScriptedHost.h"
+#include <elmu/logging/LogHeader.h>
 
 namespace {
 

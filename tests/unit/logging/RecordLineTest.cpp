@@ -6,10 +6,10 @@
 
 #include <gtest/gtest.h>
 
-#include <elmu/logging/LogTargetDefault.h>
 #include "support/Clock.h"
 #include "support/LogHome.h"
 #include "support/Scopes.h"
+#include <elmu/logging/LogTargetDefault.h>
 
 namespace {
 

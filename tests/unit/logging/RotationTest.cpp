@@ -16,13 +16,13 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <elmu/logging/LogTargetDefault.h>
-#include <elmu/logging/LoggingCore.h>
 #include "support/Clock.h"
 #include "support/FileTargetTest.h"
 #include "support/InChild.h"
 #include "support/Scopes.h"
 #include "support/WorkingFolder.h"
+#include <elmu/logging/LogTargetDefault.h>
+#include <elmu/logging/LoggingCore.h>
 
 namespace {
 

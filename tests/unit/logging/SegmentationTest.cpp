@@ -7,8 +7,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <elmu/logging/PathText.h>
 #include "support/Scopes.h"
+#include <elmu/logging/PathText.h>
 
 namespace {
 

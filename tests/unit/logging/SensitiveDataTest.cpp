@@ -9,10 +9,10 @@
 #include <gtest/gtest.h>
 
 #include "Allocations.h"
-#include <elmu/logging/ArgumentList.h>
-#include <elmu/logging/LogTargetDefault.h>
 #include "support/FileTargetTest.h"
 #include "support/LogHome.h"
+#include <elmu/logging/ArgumentList.h>
+#include <elmu/logging/LogTargetDefault.h>
 
 namespace {
 

@@ -7,11 +7,11 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <elmu/logging/LogTargetDefault.h>
-#include <elmu/logging/LoggingCore.h>
 #include "support/InChild.h"
 #include "support/LogHome.h"
 #include "support/RecordingTarget.h"
+#include <elmu/logging/LogTargetDefault.h>
+#include <elmu/logging/LoggingCore.h>
 
 namespace {
 

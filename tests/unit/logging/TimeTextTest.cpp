@@ -9,10 +9,10 @@
 
 #include <gtest/gtest.h>
 
-#include <elmu/logging/ArgumentList.h>
-#include <elmu/logging/TimeText.h>
 #include "support/Clock.h"
 #include "support/Scopes.h"
+#include <elmu/logging/ArgumentList.h>
+#include <elmu/logging/TimeText.h>
 
 namespace {
 

@@ -4,9 +4,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <elmu/logging/UserFolders.h>
 #include "support/InChild.h"
 #include "support/LogHome.h"
+#include <elmu/logging/UserFolders.h>
 
 namespace {
 

@@ -13,15 +13,15 @@
 #include <sys/sem.h>
 #include <unistd.h>
 
+#include "support/Clock.h"
+#include "support/FileTargetTest.h"
+#include "support/Scopes.h"
+#include "support/WriteCalls.h"
 #include <elmu/logging/ArgumentList.h>
 #include <elmu/logging/BinaryLock.h>
 #include <elmu/logging/LogTargetDefault.h>
 #include <elmu/logging/Logger.h>
 #include <elmu/logging/LoggingCore.h>
-#include "support/Clock.h"
-#include "support/FileTargetTest.h"
-#include "support/Scopes.h"
-#include "support/WriteCalls.h"
 
 namespace {
 
