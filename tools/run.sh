@@ -3,8 +3,8 @@
 # is build/machine and is kept from run to run. It has the application installed, and a cache that is filled again
 # before each run, as the application does when it is used.
 #
-# With HCD_FILL_LOG=1 in the environment of this script, the log is first filled up to the size at which the tool starts
-# it anew. The tool's own environment holds nothing of that.
+# With HCD_FILL_LOG=1 in the environment of this script, the log is first filled up to the size at which the tool
+# starts it again. The tool's own environment holds nothing of that.
 #
 # Ends with the tool's status, or with 69 and one sentence when no machine can be made here or the tool cannot be started.
 set -euo pipefail
@@ -99,7 +99,8 @@ no_run() { # no_run SENTENCE
 
 # Ends the script unless the tool itself ran. The machine says nothing then; its shell ends with 126 or 127 otherwise.
 check_run() { # check_run STATUS COMPLAINTS PRINTED
-    local advice="run it as root, or let users make namespaces (sysctl user.max_user_namespaces; in a container --privileged)."
+    local advice="let users make namespaces (sysctl user.max_user_namespaces; in a container --privileged)."
+    [[ $EUID -eq 0 ]] || advice="run it as root, or $advice"
     [[ $1 -ne 69 || -z $2 ]] || no_run "${2%.}; $advice"
     [[ -z $2 ]] || no_run "The machine could not run the tool: ${2%.}; $advice"
     [[ $1 -ne 126 && $1 -ne 127 ]] || no_run "The tool cannot be started: ${3##*: }; ./dev clean removes what was built."
