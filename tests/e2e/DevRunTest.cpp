@@ -3,6 +3,8 @@
 
 #include <filesystem>
 
+#include <unistd.h>
+
 namespace fs = std::filesystem;
 using namespace e2e;
 using testing::AllOf;
