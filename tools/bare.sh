@@ -42,7 +42,7 @@ make_base() {
     rm -rf "$base.new" &&
         "${apart[@]}" debootstrap --variant=minbase --include=git,sudo "$suite" "$base.new" "$mirror" &&
         rm "$base.new"/var/cache/apt/archives/*.deb &&
-        chroot "$base.new" useradd --create-home --shell /bin/bash "$user" &&
+        chroot "$base.new" useradd --uid 61234 --create-home --shell /bin/bash "$user" &&
         echo "$user ALL=(ALL) NOPASSWD: ALL" >"$base.new/etc/sudoers.d/$user" &&
         echo force-unsafe-io >"$base.new/etc/dpkg/dpkg.cfg.d/bare" &&
         echo "127.0.0.1 localhost bare" >"$base.new/etc/hosts" &&
@@ -79,6 +79,19 @@ in_machine() { # in_machine USER COMMAND
     "${apart[@]}" bash -c "$(declare -f enter); enter \"\$@\"" bash "$machine" "$packages" "$@"
 }
 
+# The tool ends with 0 on every completed run, so what it did is looked for in what ./dev run shows.
+declare -A shows=(
+    ["./dev run --install=1"]='^After +manifest: there; cache folder CEF: gone$'
+    ["./dev run"]='^After +manifest: none;'
+    ["./dev test"]='^[0-9]+ passed, 0 failed, [0-9]+ skipped$'
+)
+
+run_in_machine() { # run_in_machine COMMAND
+    in_machine "$who" "cd HCDCustomHook && $1" | tee "$machine.output"
+    grep -qE "${shows[$1]}" "$machine.output"
+    rm "$machine.output"
+}
+
 # step NAME COMMAND...: runs COMMAND with its output in a log, notes the result, and shows it with the duration.
 step() {
     local name=$1 start=$SECONDS status=0 line
@@ -102,7 +115,7 @@ try_as() {
     step "new machine" make_machine "$2"
     [ "$result" = passed ] || return 0
     for command in "${commands[@]}"; do
-        step "$command" in_machine "$who" "cd HCDCustomHook && $command"
+        step "$command" run_in_machine "$command"
     done
     if [ "${#logs[@]}" -eq "$failed" ]; then
         rm -rf "$machine" & # takes half a minute on some disks
@@ -132,6 +145,8 @@ tell() {
 }
 
 mkdir -p "$folder"
+chmod 700 "$folder" # the bases have programs that give rights, and are never brought up to date
+export GIT_CONFIG_COUNT=1 GIT_CONFIG_KEY_0=safe.directory GIT_CONFIG_VALUE_0=$project # root may clone a user's project
 [ -z "${SUDO_UID-}" ] || chown "$SUDO_UID" build
 exec 9>"$folder/lock"
 flock --nonblock 9 || { echo "Another ./dev bare is at work here; wait for it or end it." >&2; exit 1; }

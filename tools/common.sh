@@ -60,11 +60,11 @@ give_up() {
     fail "$1 failed; all of its output is in $2."
 }
 
-# Says why FOLDER cannot be used and how that is changed, or returns when it can.
+# Ends with the reason and the next step if FOLDER cannot be written in.
 need_writable() { # need_writable FOLDER
     [ ! -w "$1" ] || return 0
     ! disk_is_full || fail "$disk_full"
-    [ ! -d "$1" ] || [ "$(stat -c %u "$1")" -eq "$(id -u)" ] ||
+    [ ! -d "$1" ] || [ ! -w . ] || [ "$(id -u)" -eq 0 ] || [ "$(stat -c %u "$1")" -eq "$(id -u)" ] ||
         fail "$PWD/$1 belongs to $(stat -c %U "$1"): remove it with sudo ./dev clean, then try again."
     fail "Nothing can be written in $PWD: copy the project to a folder of yours and start ./dev there."
 }
@@ -85,22 +85,35 @@ folder_of() { # folder_of PRESET
     fi
 }
 
-# configure PRESET [OPTION...]: what another place's build left is removed first. Compiles through ccache where there is one.
+# Removes a build folder that belongs to another place of the checkout: it was moved or copied.
+remove_foreign_build() { # remove_foreign_build PRESET
+    local folder home
+    folder=$(folder_of "$1")
+    home=$(sed -n 's/^CMAKE_HOME_DIRECTORY:INTERNAL=//p' "$folder/CMakeCache.txt" 2>/dev/null || true)
+    [ -n "$home" ] && [ "$home" != "$PWD" ] || return 0
+    echo "$folder was made in $home; it is built again." >&2
+    rm -rf "$folder"
+}
+
+# configure PRESET [OPTION...]: compiles through ccache where there is one.
 configure() {
-    local preset=$1 folder home launcher
+    local preset=$1 folder launcher
     folder=$(folder_of "$preset")
+    remove_foreign_build "$preset"
     mkdir -p "$folder" 2>/dev/null || true
     need_writable "$folder"
-    home=$(sed -n 's/^CMAKE_HOME_DIRECTORY:INTERNAL=//p' "$folder/CMakeCache.txt" 2>/dev/null || true)
-    if [ -n "$home" ] && [ "$home" != "$PWD" ]; then
-        echo "$folder was made in $home; it is made from the start." >&2
-        rm -rf "$folder"
-        mkdir -p "$folder"
-    fi
     launcher=$(type -P ccache || true)
     cmake --preset "$preset" "-DCMAKE_CXX_COMPILER_LAUNCHER=$launcher" "-DCMAKE_OBJCXX_COMPILER_LAUNCHER=$launcher" \
         --no-warn-unused-cli "${@:2}" >"$folder/configure.log" 2>&1 ||
         give_up "Configuring $preset" "$folder/configure.log"
+}
+
+# The tests are left out where the folder is new: they need GoogleTest.
+configure_without_tests() { # configure_without_tests PRESET
+    local options=()
+    remove_foreign_build "$1"
+    [ -f "$(folder_of "$1")/build.ninja" ] || options=(-DHCD_BUILD_TESTS=OFF)
+    configure "$1" "${options[@]}"
 }
 
 compile() { # compile PRESET [TARGET...]

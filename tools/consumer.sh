@@ -6,6 +6,9 @@
 # Prints a line for each check. The installed tree is moved before it is used.
 set -euo pipefail
 
+# shellcheck source=tools/common.sh
+. tools/common.sh
+
 project=$PWD
 sources=$project/tests/consumer
 work=$project/build/consumer
@@ -50,8 +53,8 @@ prints_xml() { # prints_xml FOLDER
 }
 
 install_package() {
-    [ -f build/release/build.ninja ] || cmake --preset release -DHCD_BUILD_TESTS=OFF
-    cmake --build --preset release --target HCDCustomHook
+    configure_without_tests release
+    compile release HCDCustomHook
     rm -rf "$work/installed" "$prefix"
     cmake --install build/release --prefix "$work/installed" --component development
     mv "$work/installed" "$prefix"
@@ -77,8 +80,8 @@ build_with_pkg_config() { # build_with_pkg_config COMPILER FOLDER MACROS
     local -x PKG_CONFIG_PATH=$prefix/lib/pkgconfig:$prefix/lib64/pkgconfig
     local -a compile logging utils
     read -ra compile <<<"$1 -std=c++20 $3 $warnings"
-    read -ra logging <<<"$(pkg-config --cflags --libs --static elmu)"
-    read -ra utils <<<"$(pkg-config --cflags --libs --static elmu-utils)"
+    eval "logging=($(pkg-config --cflags --libs elmu))" # pkg-config quotes blanks for a shell
+    eval "utils=($(pkg-config --cflags --libs --static elmu-utils))"
     mkdir -p "$2"
     cd "$sources"
     "${compile[@]}" -o "$2/logging_program" logging_program.cpp use_logging.cpp "${logging[@]}"
@@ -99,7 +102,9 @@ build() { # build COMPILER WAY FOLDER MACROS
 }
 
 has_no_tests() { # has_no_tests FOLDER: a project that adds this one as a folder gets its libraries alone
-    [ -f "$1/build.ninja" ] && ! grep -E '^build [^:]*(unit_tests|HCDCustomHook|gtest|record_path)' "$1/build.ninja"
+    ninja -C "$1" -t targets all >"$work/targets"
+    grep -E '^elmu_logging: ' "$work/targets"
+    ! grep -E '^(unit_tests|HCDCustomHook|hook_routines|gtest|record_path|assumptions): ' "$work/targets"
 }
 
 warns() { # warns COUNT SOURCE COMPILER OPTION...
@@ -147,8 +152,8 @@ is_not_found_without_modules() { PKG_CONFIG_LIBDIR=$work/nowhere is_not_found_qu
 
 agrees_on_32_bits() {
     local folder=$project/build/machines/i386 options reference='' answer
-    cmake --preset i386
-    cmake --build --preset i386 --target elmu_logging
+    configure_without_tests i386
+    compile i386 elmu_logging
     for options in "-D_FILE_OFFSET_BITS=64 -D_TIME_BITS=64" "" "-D_FILE_OFFSET_BITS=64" "-DNDEBUG" "-D_GNU_SOURCE"; do
         local -a flags
         read -ra flags <<<"$options"

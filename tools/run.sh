@@ -9,6 +9,7 @@
 # Ends with the tool's status, or with 69 and one sentence when no machine can be made here or the tool cannot be started.
 set -euo pipefail
 
+export LC_ALL=C.UTF-8 # bash complains about a locale that the system does not have
 cd "$(dirname "$0")/.."
 # shellcheck source=tools/common.sh
 . tools/common.sh
@@ -125,7 +126,7 @@ show_log_folder() {
         find "$disk$log_folder" -type f -printf '%10s bytes  %P\n' | LC_ALL=C sort -k 3
 }
 
-# At most the last lines of a file, so many that a usual one is whole.
+# Shows at most the last 40 lines of a file.
 show_file() {
     printf '\n== %s: %s\n' "$1" "$2"
     if [[ ! -f $disk$2 ]]; then

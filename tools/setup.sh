@@ -22,22 +22,36 @@ missing=()
 for purpose in "$@"; do
     for package in ${packages[$purpose]}; do
         state=$(dpkg-query --show --showformat='${db:Status-Status}' "$package" 2>/dev/null || true)
-        [ "$state" = installed ] || missing+=("$package")
+        [[ $state == installed* ]] || missing+=("$package")
     done
 done
 [ ${#missing[@]} -eq 0 ] && exit 0
+
+# The lists have a lock too, which a new system's daily update holds for a while, and apt-get does not wait for it.
+update_lists() {
+    local tries output
+    for ((tries = 0; tries < 30; tries++)); do
+        ! output=$("${as_root[@]}" apt-get update 2>&1) || return 0
+        [[ $output == *"Could not get lock"* ]] || break
+        sleep 10
+    done
+    printf '%s\n' "$output"
+    return 1
+}
 
 command="apt-get install --no-install-recommends ${missing[*]}"
 as_root=()
 if [ "$(id -u)" -ne 0 ]; then
     type -P sudo >/dev/null || fail "Packages are missing and there is no sudo: as root, run $command, then try again."
-    sudo true || fail "Packages are missing and sudo does not let you install them: as root, run $command, then try again."
     as_root=(sudo)
 fi
 echo "Installing ${missing[*]}" >&2
+[ ${#as_root[@]} -eq 0 ] || sudo true ||
+    fail "Packages are missing and sudo does not let you install them: as root, run $command, then try again."
 log=build/install.log
+rm -f "$log"
 {
-    "${as_root[@]}" apt-get -o DPkg::Lock::Timeout=300 update &&
+    update_lists &&
         "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get -o DPkg::Lock::Timeout=300 install -y \
             --no-install-recommends "${missing[@]}"
 } </dev/null 2>&1 | tee "$log" | tick_lines Installing || {

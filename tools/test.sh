@@ -120,7 +120,7 @@ run_tests() { # run_tests PRESET
     [ ${#kinds[@]} -eq 0 ] || options+=(-L "^($chosen)\$")
     [ -z "$regex" ] || options+=(-R "$regex")
     rm -f "$folder/tests.xml"
-    ctest --preset "$preset" --no-tests=error --parallel "$(nproc)" --output-junit "$folder/tests.xml" "${options[@]}" \
+    ctest --preset "$preset" --no-tests=ignore --parallel "$(nproc)" --output-junit "$folder/tests.xml" "${options[@]}" \
         2>&1 </dev/null | tee "$folder/tests.log" | follow "$preset"
 }
 
@@ -184,4 +184,5 @@ for preset in "${presets[@]}"; do
     run_tests "$preset" || status=1
 done
 print_result
+[ "$(count '[a-z]*')" -gt 0 ] || fail "No test's name matches${regex:+ $regex} in ${presets[*]}."
 exit $status

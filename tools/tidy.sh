@@ -67,6 +67,8 @@ fi
 tools/setup.sh build test tidy
 configure clang -DHCD_BUILD_TESTS=ON
 mkdir -p "$clean"
+complaints=$(clang-tidy --dump-config 2>&1 >/dev/null)
+[ -z "$complaints" ] || fail "clang-tidy cannot read .clang-tidy: $complaints"
 list=$(git ls-files --cached --others --exclude-standard -- '*.cpp')
 mapfile -t sources < <(
     while read -r source; do

@@ -32,7 +32,6 @@ class DevCommand : public testing::Test {
         replace("cmake", "");
         replace("ctest", "");
         fs::permissions(place.path(), fs::perms::owner_all | fs::perms::others_exec | fs::perms::group_exec);
-        fs::permissions(project, fs::perms::all);
     }
 
     /// Lets `name` note its arguments in the file of calls and go on with `script`.
@@ -79,10 +78,14 @@ class DevCommandOfAUser : public DevCommand {
             GTEST_SKIP() << "only root can be another user";
         }
         DevCommand::SetUp();
+        EXPECT_EQ(::chown(project.c_str(), user, user), 0);
     }
     Outcome devOfUser(const std::string& arguments) const {
-        return shell("setpriv --reuid=65534 --regid=65534 --clear-groups \"$P\"/dev " + arguments);
+        const std::string id = std::to_string(user);
+        return shell("setpriv --reuid=" + id + " --regid=" + id + " --clear-groups \"$P\"/dev " + arguments);
     }
+
+    static constexpr uid_t user = 65534;
 };
 
 /// The same on a file system of the test's own, skipped with the reason where none can be made.
@@ -179,10 +182,17 @@ TEST_F(DevCommand, StartsOverWhatWasBuiltInAnotherPlace) {
     support::writeFile(project + "/build/release/CMakeCache.txt",
                        "CMAKE_HOME_DIRECTORY:INTERNAL=/elsewhere\n");
     const Outcome outcome = dev("test release unit");
-    EXPECT_THAT(outcome.errors,
-                HasSubstr("build/release was made in /elsewhere; it is made from the start.\n"));
+    EXPECT_THAT(outcome.errors, HasSubstr("build/release was made in /elsewhere; it is built again.\n"));
     EXPECT_FALSE(fs::exists(project + "/build/release/CMakeCache.txt"));
     EXPECT_THAT(calls(), HasSubstr("cmake --build --preset release"));
+}
+
+TEST_F(DevCommand, BuildsTheToolOfAMovedCheckoutWithoutTests) {
+    support::writeFile(project + "/build/release/CMakeCache.txt",
+                       "CMAKE_HOME_DIRECTORY:INTERNAL=/elsewhere\n");
+    support::writeFile(project + "/build/release/build.ninja", "");
+    dev("run");
+    EXPECT_THAT(calls(), HasSubstr("-DHCD_BUILD_TESTS=OFF"));
 }
 
 TEST_F(DevCommand, LetsOthersReadWhatItBuildsWhateverTheUmask) {
@@ -210,6 +220,31 @@ TEST_F(DevCommand, ShowsWhatAFailedBuildSaysAndNotWhatWentWell) {
     EXPECT_EQ(
         outcome.errors,
         "bad.cpp:1: error\nBuilding release failed; all of its output is in build/release/build.log.\n");
+}
+
+TEST_F(DevCommand, SucceedsWhenEveryTestPasses) {
+    replace(
+        "ctest",
+        R"(echo '<testcase name="unit.Apple.IsRound" time="0.1" status="run">' >build/release/tests.xml)");
+    const Outcome outcome = dev("test release");
+    EXPECT_EQ(outcome.status, 0);
+    EXPECT_THAT(outcome.output, EndsWith("\n\n1 passed, 0 failed, 0 skipped\n"));
+}
+
+TEST_F(DevCommand, FailsWhenNoTestRan) {
+    const Outcome outcome = dev("test release -R ''");
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_THAT(outcome.errors, HasSubstr("No test's name matches in release.\n"));
+}
+
+TEST_F(DevCommand, AllowsSkippedTestsOnlyWhereNothingGuardsMain) {
+    replace("ctest", R"(cat >build/release/tests.xml <<'TEXT'
+<testcase name="unit.Apple.IsRound" time="0.1" status="run">
+<testcase name="e2e.Nut.IsHard" time="0.1" status="notrun">
+TEXT
+)");
+    EXPECT_EQ(dev("test release").status, 0);
+    EXPECT_EQ(shell("CI=true \"$P\"/dev test release").status, 1);
 }
 
 TEST_F(DevCommand, ShowsFailuresTheReasonsOfSkippedTestsAndCounts) {
