@@ -29,9 +29,9 @@ class LogTargetBase {
     virtual bool onUnregisterTarget() = 0;
 
     /// Filters, formats and writes one record. Null texts are empty fields. `args` is an argument list in
-    /// the form of elmu/logging/ArgumentList.h, of which the target uses a copy, or null when `format` is the
-    /// finished message. `timeMs` is in milliseconds since the epoch, 0 for now. `locked` asks for the lock
-    /// between processes, which may block.
+    /// the form of elmu/logging/ArgumentList.h, or null if `format` is the finished message; the target works
+    /// on a copy of the list. `timeMs` is in milliseconds since the epoch, 0 for now. `locked` asks for the
+    /// lock between processes, which may block.
     virtual bool writeLog(Log_Level level, const char* context1, const char* context2, const char* context3,
                           const char* context4, const char* detail1, const char* detail2, const char* format,
                           char* args, unsigned long long timeMs, bool locked) = 0;
