@@ -90,6 +90,27 @@ inline std::vector<RefusedCall> semaphoreOpenings() {
     return calls;
 }
 
+/// Every call that operates on semaphores.
+inline std::vector<RefusedCall> semaphoreOperations() {
+    std::vector<RefusedCall> calls;
+#ifdef SYS_semop
+    calls.push_back({SYS_semop});
+#endif
+#ifdef SYS_semtimedop
+    calls.push_back({SYS_semtimedop});
+#endif
+#ifdef SYS_semtimedop_time64
+    calls.push_back({SYS_semtimedop_time64});
+#endif
+#ifdef SYS_ipc
+    constexpr std::uint8_t semop = 1;
+    constexpr std::uint8_t semtimedop = 4;
+    calls.push_back({SYS_ipc, {{0, semop}}});
+    calls.push_back({SYS_ipc, {{0, semtimedop}}});
+#endif
+    return calls;
+}
+
 /// Every call that gives a semaphore a value.
 inline std::vector<RefusedCall> semaphoreSettings() {
     std::vector<RefusedCall> calls{{SYS_semctl, {{2, SETVAL}}}};
@@ -97,6 +118,19 @@ inline std::vector<RefusedCall> semaphoreSettings() {
     constexpr std::uint8_t semctl = 3;
     calls.push_back({SYS_ipc, {{0, semctl}, {3, SETVAL}}});
 #endif
+    return calls;
+}
+
+/// Every call that asks for the state or a value of a semaphore set.
+inline std::vector<RefusedCall> semaphoreQuestions() {
+    std::vector<RefusedCall> calls;
+    for (const int command : {IPC_STAT, GETVAL, GETPID}) {
+        calls.push_back({SYS_semctl, {{2, static_cast<std::uint8_t>(command)}}});
+#ifdef SYS_ipc
+        constexpr std::uint8_t semctl = 3;
+        calls.push_back({SYS_ipc, {{0, semctl}, {3, static_cast<std::uint8_t>(command)}}});
+#endif
+    }
     return calls;
 }
 

@@ -1,5 +1,6 @@
 #include <array>
 #include <cerrno>
+#include <ctime>
 #include <fstream>
 
 #include <sys/ipc.h>
@@ -40,6 +41,16 @@ class Set {
         operation.sem_flg = flags;
         return ::semop(id, &operation, 1) == 0;
     }
+    bool changeAll(std::array<sembuf, 5> operations) const {
+        return ::semop(id, operations.data(), operations.size()) == 0;
+    }
+    std::time_t operationTime() const {
+        semid_ds state = {};
+        Argument argument = {};
+        argument.pointer = &state;
+        ::semctl(id, 0, IPC_STAT, argument);
+        return state.sem_otime;
+    }
     bool setTo(unsigned short member, int value) const {
         Argument argument = {};
         argument.value = value;
@@ -55,6 +66,49 @@ class Set {
 Found newSet() {
     const Set set;
     return std::to_string(set.value(0)) + " " + std::to_string(set.value(1));
+}
+
+Found processThatUsedANewSet() {
+    const Set set;
+    return std::to_string(::semctl(set.get(), 0, GETPID)) + " " +
+           std::to_string(::semctl(set.get(), 1, GETPID));
+}
+
+Found processThatTookALock() {
+    const Set set;
+    set.setTo(1, 1);
+    set.change(1, -1, SEM_UNDO);
+    return eitherOf(::semctl(set.get(), 1, GETPID) == ::getpid(), "the taker", "another");
+}
+
+Found timeOfTheFirstOperation() {
+    const Set set;
+    set.setTo(1, 1);
+    const bool isUnused = set.operationTime() == 0;
+    set.change(0, 1, IPC_NOWAIT);
+    return eitherOf(isUnused && set.operationTime() != 0, "with the first semop", "otherwise");
+}
+
+/// Operations that go on from the count `users`, and from no other.
+std::array<sembuf, 5> settingFree(short users) {
+    const auto next = static_cast<short>(users + 1);
+    const auto none = static_cast<short>(-users);
+    return {{{1, 0, IPC_NOWAIT},
+             {1, 1, IPC_NOWAIT},
+             {0, none, IPC_NOWAIT},
+             {0, 0, IPC_NOWAIT},
+             {0, next, IPC_NOWAIT}}};
+}
+
+Found operationsInOneCall() {
+    const Set set;
+    set.setTo(0, 2);
+    const bool isRefused = !set.changeAll(settingFree(1)) && errno == EAGAIN;
+    const std::string before = std::to_string(set.value(0)) + " " + std::to_string(set.value(1));
+    const bool isDone = set.changeAll(settingFree(2));
+    const std::string after = std::to_string(set.value(0)) + " " + std::to_string(set.value(1));
+    return eitherOf(isRefused && before == "2 0" && isDone && after == "3 1", "all or none, in order",
+                    "otherwise");
 }
 
 Found keyOfAFile() {
@@ -145,8 +199,8 @@ Found removedSet() {
     return eitherOf(status == 0, "ends with EIDRM", "ends otherwise");
 }
 
-/// How many operations one call may hold, and on how many semaphores a process's end may be undone. One of
-/// each is used.
+/// How many operations one call may hold, and on how many semaphores a process's end may be undone. Five and
+/// one are used.
 Found limits() {
 #ifdef __APPLE__
     int undo = 0;
@@ -161,7 +215,7 @@ Found limits() {
     int allMembers = 0;
     int operations = 0;
     file >> members >> allMembers >> operations;
-    return file ? Found(eitherOf(members >= 2 && operations >= 1, "enough", "too few")) : unknown("not told");
+    return file ? Found(eitherOf(members >= 2 && operations >= 5, "enough", "too few")) : unknown("not told");
 #endif
 }
 
@@ -179,6 +233,10 @@ Assumptions aboutSemaphores() {
         {"semaphore key of nothing", {"-1, ENOENT"}, keyOfNothing},
         {"semaphore limits", {"enough"}, limits},
         withSet("semaphores of a new set", "0 0", newSet),
+        withSet("processes that used a new set", "0 0", processThatUsedANewSet),
+        withSet("process that took a lock", "the taker", processThatTookALock),
+        withSet("time of a set's first operation", "with the first semop", timeOfTheFirstOperation),
+        withSet("five operations in one call", "all or none, in order", operationsInOneCall),
         withSet("lock of a process that ended", "1", lockOfADeadProcess),
         withSet("count of a process that ended", "1", countOfADeadProcess),
         withSet("lock after 40000 times", "1", lockTakenAndGivenBack),

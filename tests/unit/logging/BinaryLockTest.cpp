@@ -151,7 +151,7 @@ TEST_F(Lock, JoinsASetThatOthersLeftBehind) {
 TEST_F(Lock, StaysClosedWhenItsUserCannotBeCounted) {
     const int set = makeSet(2, 0666);
     constexpr int mostUsers = 32767;
-    ASSERT_TRUE(setMemberValue(set, userCount, mostUsers));
+    ASSERT_TRUE(setMemberValue(set, userCount, mostUsers) && setMemberValue(set, lockMember, 1));
     BinaryLock lock;
     EXPECT_FALSE(lock.create(path, logProject));
     EXPECT_EQ(lock.semId, -1);
@@ -181,16 +181,53 @@ TEST_F(Lock, StaysClosedWhenNoSetCanBeMade) {
     });
 }
 
-TEST_F(Lock, StaysClosedWhenANewSetCannotBeSetFree) {
+TEST_F(Lock, LeavesNoSetBehindThatItMadeAndCannotSetFree) {
     if (!support::canRefuseCalls()) {
         GTEST_SKIP() << "needs seccomp: it makes the system refuse a call";
     }
     support::inChild([this] {
-        ASSERT_TRUE(support::refuseCalls(support::semaphoreSettings()));
+        ASSERT_TRUE(support::refuseCalls(support::semaphoreOperations()));
         BinaryLock lock;
         EXPECT_FALSE(lock.create(path, logProject));
         EXPECT_EQ(lock.semId, -1);
     });
+    EXPECT_FALSE(semaphoreSetOf(path));
+}
+
+TEST_F(Lock, LeavesTheSetOfAnotherWhenItCannotJoin) {
+    if (!support::canRefuseCalls()) {
+        GTEST_SKIP() << "needs seccomp: it makes the system refuse a call";
+    }
+    BinaryLock first;
+    ASSERT_TRUE(first.create(path, logProject));
+    support::inChild([this] {
+        ASSERT_TRUE(support::refuseCalls(support::semaphoreOperations()));
+        BinaryLock lock;
+        EXPECT_FALSE(lock.create(path, logProject));
+        EXPECT_EQ(lock.semId, -1);
+    });
+    EXPECT_EQ(memberValue(first.semId, userCount), 1);
+}
+
+TEST_F(Lock, IsMadeAndJoinedWhenTheSystemTellsNothingAboutSets) {
+    if (!support::canRefuseCalls()) {
+        GTEST_SKIP() << "needs seccomp: it makes the system refuse a call";
+    }
+    support::inChild([this] {
+        const ScopedAlarm deadline(100);
+        ASSERT_TRUE(support::refuseCalls(support::semaphoreQuestions()));
+        auto* const first = new BinaryLock;
+        auto* const second = new BinaryLock;
+        EXPECT_TRUE(first->create(path, logProject));
+        EXPECT_TRUE(second->create(path, logProject));
+        EXPECT_TRUE(first->wait());
+        EXPECT_TRUE(first->release());
+        EXPECT_TRUE(second->wait());
+        EXPECT_TRUE(second->release());
+    });
+    const int set = semaphoreSetOf(path).value_or(-1);
+    EXPECT_EQ(memberValue(set, userCount), 2);
+    EXPECT_EQ(memberValue(set, lockMember), 1);
 }
 
 TEST_F(Lock, IsTakenAndGivenBack) {
@@ -225,6 +262,123 @@ TEST_F(Lock, CannotBeTakenWhenItsSetWasRemoved) {
     support::removeSemaphoreSet(lock.semId);
     EXPECT_FALSE(lock.wait());
     EXPECT_FALSE(lock.release());
+}
+
+TEST_F(Lock, IsClosedWhenItCannotBeGivenBack) {
+    const ScopedAlarm deadline(100);
+    BinaryLock lock;
+    BinaryLock other;
+    ASSERT_TRUE(lock.create(path, logProject));
+    ASSERT_TRUE(other.create(path, logProject));
+    ASSERT_TRUE(lock.wait());
+    constexpr int mostFree = 32767;
+    ASSERT_TRUE(setMemberValue(other.semId, lockMember, mostFree));
+    EXPECT_FALSE(lock.release());
+    EXPECT_EQ(lock.semId, -1);
+    EXPECT_FALSE(lock.wait());
+    EXPECT_TRUE(lock.finalize());
+    EXPECT_EQ(memberValue(other.semId, userCount), 2);
+}
+
+TEST_F(Lock, IsFreeForOthersWhenItCannotBeGivenBack) {
+    if (!support::canRefuseCalls()) {
+        GTEST_SKIP() << "needs seccomp: it makes the system refuse a call";
+    }
+    support::inChild([this] {
+        const ScopedAlarm deadline(100);
+        BinaryLock lock;
+        ASSERT_TRUE(lock.create(path, logProject));
+        const int set = lock.semId;
+        ASSERT_TRUE(lock.wait());
+        ASSERT_TRUE(support::refuseCalls(support::semaphoreOperations()));
+        EXPECT_FALSE(lock.release());
+        EXPECT_EQ(lock.semId, -1);
+        EXPECT_FALSE(lock.wait());
+        EXPECT_EQ(memberValue(set, lockMember), 1);
+    });
+    const int set = semaphoreSetOf(path).value_or(-1);
+    EXPECT_EQ(memberValue(set, lockMember), 1);
+    EXPECT_EQ(memberValue(set, userCount), 1);
+}
+
+TEST_F(Lock, IsFreeAfterAProcessThatCouldNotGiveItBackInAnyWay) {
+    if (!support::canRefuseCalls()) {
+        GTEST_SKIP() << "needs seccomp: it makes the system refuse a call";
+    }
+    support::inChild([this] {
+        const ScopedAlarm deadline(100);
+        BinaryLock lock;
+        ASSERT_TRUE(lock.create(path, logProject));
+        const int set = lock.semId;
+        ASSERT_TRUE(lock.wait());
+        ASSERT_TRUE(support::refuseCalls(support::semaphoreOperations()));
+        ASSERT_TRUE(support::refuseCalls(support::semaphoreSettings()));
+        EXPECT_FALSE(lock.release());
+        EXPECT_EQ(lock.semId, -1);
+        EXPECT_EQ(memberValue(set, lockMember), 0);
+    });
+    EXPECT_EQ(memberValue(semaphoreSetOf(path).value_or(-1), lockMember), 1);
+}
+
+TEST_F(Lock, OfAnotherHolderIsNotSetFreeByAFailedRelease) {
+    if (!support::canRefuseCalls()) {
+        GTEST_SKIP() << "needs seccomp: it makes the system refuse a call";
+    }
+    BinaryLock holder;
+    ASSERT_TRUE(holder.create(path, logProject));
+    ASSERT_TRUE(holder.wait());
+    support::inChild([this] {
+        BinaryLock lock;
+        ASSERT_TRUE(lock.create(path, logProject));
+        ASSERT_TRUE(support::refuseCalls(support::semaphoreOperations()));
+        EXPECT_FALSE(lock.release());
+    });
+    EXPECT_EQ(memberValue(holder.semId, lockMember), 0);
+}
+
+TEST_F(Lock, IsLeftAloneByAForkedChild) {
+    BinaryLock lock;
+    ASSERT_TRUE(lock.create(path, logProject));
+    support::inChild([&lock] {
+        EXPECT_TRUE(lock.finalize());
+        EXPECT_EQ(lock.semId, -1);
+    });
+    support::inChild([&lock] { lock.~BinaryLock(); });
+    EXPECT_EQ(memberValue(lock.semId, userCount), 1);
+    EXPECT_TRUE(lock.wait());
+    EXPECT_TRUE(lock.release());
+}
+
+TEST_F(Lock, CanBeTakenByAForkedChild) {
+    BinaryLock lock;
+    ASSERT_TRUE(lock.create(path, logProject));
+    support::inChild([&lock] {
+        EXPECT_TRUE(lock.wait());
+        EXPECT_EQ(memberValue(lock.semId, lockMember), 0);
+        EXPECT_TRUE(lock.release());
+    });
+    EXPECT_EQ(memberValue(lock.semId, lockMember), 1);
+}
+
+TEST_F(Lock, OfAForkedChildIsItsOwnAfterItLeftTheInheritedOne) {
+    BinaryLock lock;
+    ASSERT_TRUE(lock.create(path, logProject));
+    support::inChild([this, &lock] {
+        EXPECT_TRUE(lock.finalize());
+        EXPECT_TRUE(lock.create(path, logProject));
+        EXPECT_EQ(memberValue(lock.semId, userCount), 2);
+        EXPECT_TRUE(lock.finalize());
+    });
+    EXPECT_EQ(memberValue(lock.semId, userCount), 1);
+}
+
+TEST_F(Lock, LeavesASetThatItWasGiven) {
+    BinaryLock opener;
+    ASSERT_TRUE(opener.create(path, logProject));
+    BinaryLock lock;
+    lock.semId = opener.semId;
+    EXPECT_TRUE(lock.finalize());
+    EXPECT_FALSE(semaphoreSetExists(opener.semId));
 }
 
 TEST_F(Lock, CannotBeTakenInASetWithoutALockMember) {
