@@ -3,6 +3,7 @@
 
 #include "hook/CacheCleanup.h"
 #include "hook/SpecifierManifest.h"
+#include "platform/Users.h"
 #include <elmu/logging/LogTargetDefault.h>
 #include <elmu/logging/Logger.h>
 #include <elmu/logging/LoggingCore.h>
@@ -12,7 +13,7 @@ int main(int argc, char* argv[]) {
     // A file-size limit or a closed standard error is a failed write, not the end.
     std::signal(SIGXFSZ, SIG_IGN);
     std::signal(SIGPIPE, SIG_IGN);
-
+    const uid_t self = platform::effectiveUser(); // finding the log's folder acts as the user at the console
     elmu::LogTargetDefault target("HCDCustomHook");
     target.setLogLevel(elmu::levels::info);
     target.setLogFile("HCD.log", "");
@@ -22,11 +23,12 @@ int main(int argc, char* argv[]) {
     ELMUUtils::CommandLineParser parser;
     parser.setLogger(static_cast<elmu::AbstractLogger*>(&logger));
     parser.parseCommandLineArguments(argc, argv);
-
     const std::string key = "install";
     std::string value;
     bool succeeded = true;
-    if (parser.getValueForArgument(key, value) && value == "1") {
+    if (!platform::returnToUser(self)) {
+        logger.warn("", "Unable to act as the installing user again: nothing is changed");
+    } else if (parser.getValueForArgument(key, value) && value == "1") {
         createSpecifierFile(&logger);
         succeeded = deleteCEFFolder(&logger);
     } else {

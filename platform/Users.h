@@ -29,13 +29,26 @@ bool setEffectiveUser(uid_t uid);
 /// the machine knows none.
 std::string homeFolder();
 
+/// Makes `uid` the effective user again after a switch, in several tries: a refusal may be for the moment.
+/// False when the process still acts as another user.
+inline bool returnToUser(uid_t uid) {
+    constexpr int mostTries = 3;
+    for (int tries = 0; tries < mostTries; ++tries) {
+        if (setEffectiveUser(uid)) {
+            return true;
+        }
+    }
+    return effectiveUser() == uid;
+}
+
 /// Acts as another user from construction to destruction. The identity changes for the whole process,
 /// so no other thread may depend on it meanwhile. The earlier identity is asked for again at the end
-/// whether or not the switch worked.
+/// whether or not the switch worked. The system may refuse to give it back: code that needs it afterwards has
+/// to check with `returnToUser`.
 class EffectiveUserSwitch {
   public:
     explicit EffectiveUserSwitch(uid_t uid) : saved(effectiveUser()), switched(setEffectiveUser(uid)) {}
-    ~EffectiveUserSwitch() { setEffectiveUser(saved); }
+    ~EffectiveUserSwitch() { returnToUser(saved); }
     EffectiveUserSwitch(const EffectiveUserSwitch&) = delete;
     EffectiveUserSwitch& operator=(const EffectiveUserSwitch&) = delete;
 

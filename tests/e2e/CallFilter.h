@@ -18,4 +18,10 @@ CallNumbers callsThatUseSemaphores();
 /// The kernel's filter program, as bytes, by which every one of `calls` fails with `error`.
 std::string callFilter(const CallNumbers& calls, int error);
 
+/// The same for a filter by which nobody gets root's rights back who gave them up for a while.
+std::string filterAgainstRoot();
+
+/// The same for a filter by which whoever makes one of `calls` is killed.
+std::string killingFilter(const CallNumbers& calls);
+
 } // namespace e2e

@@ -14,6 +14,7 @@ const std::string MirasHome = "/Users/mira";
 const std::string MirasLogsFolder = MirasHome + "/Library/Logs";
 const std::string MirasLogFolder = MirasLogsFolder + "/Halcyra/HCD";
 const std::string MirasLog = MirasLogFolder + "/HCD.log";
+const std::string NotRoot = "WARN Unable to act as the installing user again: nothing is changed";
 
 /// A machine whose login manager tells of a session on the first seat.
 class Console : public MachineTest {
@@ -90,6 +91,11 @@ class ConsoleUser : public SeveralUsers {
         EXPECT_EQ(machine.infoOf(path).st_uid, Mira) << path;
         EXPECT_EQ(machine.infoOf(path).st_gid, Staff) << path;
         EXPECT_EQ(machine.modeOf(path), 0777U) << path;
+    }
+
+    void refuseRootsRights() {
+        machine.filterCalls(filterAgainstRoot());
+        machine.setEnvironment("ASAN_OPTIONS", "detect_leaks=0"); // which needs these rights
     }
 };
 
@@ -231,6 +237,39 @@ TEST_F(ConsoleUser, WithoutAHomeFolderHasTheLogBelowTheRootFolder) {
     expectLogAt(HomelessLog);
     expectMirasFolder("/Halcyra");
     expectMirasFolder("/Halcyra/HCD");
+}
+
+TEST_F(ConsoleUser, WhoseRightsTheToolCannotGiveBackHasNothingChanged) {
+    fillCache();
+    machine.makeFolder(SpecifierFolder);
+    machine.setMode(SpecifierFolder, 0777);
+    refuseRootsRights();
+    install();
+    EXPECT_THAT(machine.namesIn(SpecifierFolder), IsEmpty());
+    EXPECT_TRUE(machine.has(Cache + "/Cookies"));
+    EXPECT_THAT(toldBy(machine.read(MirasLog)), ElementsAre(parsing(2), NotRoot));
+    EXPECT_EQ(machine.infoOf(MirasLog).st_uid, Mira);
+}
+
+TEST_F(ConsoleUser, WhoseRightsTheToolCannotGiveBackKeepsTheManifest) {
+    machine.put(Manifest, "an older manifest");
+    machine.setMode(SpecifierFolder, 0777);
+    refuseRootsRights();
+    uninstall();
+    EXPECT_EQ(machine.read(Manifest), "an older manifest");
+    EXPECT_THAT(toldBy(machine.read(MirasLog)), ElementsAre(parsing(1), NotRoot));
+}
+
+TEST_F(ConsoleUser, WhoseRightsTheToolCannotGiveBackMayHaveNoLogToBeToldIn) {
+    machine.put(Log, "");
+    machine.put(MirasLog, "root's own\n");
+    machine.setMode(MirasLog, 0600);
+    fillCache();
+    refuseRootsRights();
+    install();
+    EXPECT_FALSE(machine.has(Manifest));
+    EXPECT_TRUE(machine.has(Cache + "/Cookies"));
+    EXPECT_EQ(machine.read(MirasLog), "root's own\n");
 }
 
 TEST_F(OrdinaryUser, IsToldInTheLogThatTheManifestCannotBeMade) {

@@ -48,8 +48,10 @@ class Machine {
     void makeReadOnly(const std::string& path);
     /// Puts an empty file system of `bytes` at the folder `path` in all later runs. It ends with the run.
     void makeTiny(const std::string& path, unsigned bytes);
-    /// Lets the system calls `calls` fail with `error` in all later runs, whoever makes them.
-    void refuse(const CallNumbers& calls, int error);
+    /// Puts every system call of all later runs through `program`, whoever makes it.
+    void filterCalls(const std::string& program);
+    /// Lets the system calls `calls` fail with `error` in all later runs.
+    void refuse(const CallNumbers& calls, int error) { filterCalls(callFilter(calls, error)); }
 
     Outcome run(const std::vector<std::string>& command) const;
     Outcome runTool(const std::vector<std::string>& arguments) const;

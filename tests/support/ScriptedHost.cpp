@@ -24,7 +24,7 @@ uid_t effectiveUser() { return host().effectiveUser; }
 
 bool setEffectiveUser(uid_t uid) {
     host().userSwitches.push_back(uid);
-    if (host().refusesUserSwitch) {
+    if (host().refusesUserSwitch || (uid == 0 && host().refusalsOfRoot-- > 0)) {
         return false;
     }
     host().effectiveUser = uid;

@@ -19,6 +19,7 @@ struct Host {
     std::optional<platform::ConsoleUser> consoleUser;
     uid_t effectiveUser = 0;
     bool refusesUserSwitch = false;
+    int refusalsOfRoot = 0;          ///< how often acting as root is refused
     std::vector<uid_t> userSwitches; ///< every uid that was asked for, in order
     std::string homeFolder;          ///< for effective users without an entry in `homes`
     std::map<uid_t, std::string> homes;

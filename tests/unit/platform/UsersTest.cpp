@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include "Child.h"
+#include "support/RefusedCalls.h"
 
 using namespace platform;
 
@@ -136,4 +137,27 @@ TEST(EffectiveUserSwitch, TellsThatItWasRefused) {
                   return EffectiveUserSwitch(0).succeeded() ? "switched" : "refused";
               }),
               "refused");
+}
+
+TEST(EffectiveUserSwitch, IsNotTakenForEndedWhenTheSystemRefusesToGoBack) {
+    if (::geteuid() != 0) {
+        GTEST_SKIP() << "needs root: it acts as another user";
+    }
+    const std::string result = child::resultOf([] {
+#ifdef SYS_setresuid
+        if (!support::refuseCalls({{SYS_setresuid, {{1, 0}}}})) {
+            return std::string("not arranged");
+        }
+#else
+        return std::string("not arranged");
+#endif
+        {
+            const EffectiveUserSwitch acting(501);
+        }
+        return (returnToUser(0) ? "back as " : "still ") + std::to_string(effectiveUser());
+    });
+    if (result == "not arranged") {
+        GTEST_SKIP() << "needs seccomp: it makes the system refuse a call";
+    }
+    EXPECT_EQ(result, "still 501");
 }
