@@ -8,6 +8,7 @@
 #include <plist/plist.h>
 
 #include "../posix/BinaryList.h"
+#include "XmlListCost.h"
 #include "platform/Files.h"
 #include "platform/XmlTree.h"
 
@@ -22,8 +23,9 @@ struct TreeDeleter {
 using Tree = std::unique_ptr<void, TreeDeleter>;
 
 /// Whether the text is whole, well-formed XML, no deeper than the XML parser goes.
-bool isXml(const std::string& text) {
-    const XmlParseResult result = parseXml(text.c_str());
+bool isXml(std::string_view text) {
+    const XmlParseResult result =
+        parseXml(text.data()); // the end of a whole file's text, so a NUL follows it
     const bool isDocument = result.document != nullptr;
     releaseXml(result.document);
     return isDocument && text.find('\0') == std::string::npos;
@@ -40,7 +42,7 @@ std::string_view plainForm(std::string_view content) {
 }
 
 Tree parsed(const std::string& file) {
-    const std::string content(plainForm(file));
+    const std::string_view content = plainForm(file);
     if (!std::in_range<std::uint32_t>(content.size())) {
         return nullptr;
     }
@@ -50,7 +52,7 @@ Tree parsed(const std::string& file) {
         if (isTameBinaryList(content)) {
             ::plist_from_bin(content.data(), size, &tree);
         }
-    } else if (isXml(content)) {
+    } else if (isXml(content) && !mayTakeLongToRead(content)) {
         ::plist_from_xml(content.data(), size, &tree);
     }
     return Tree(tree);

@@ -9,6 +9,7 @@
 #include <libxml/tree.h>
 #include <libxml/xmlsave.h>
 
+#include "../posix/ParsingCost.h"
 #include "../posix/XmlRules.h"
 
 namespace platform {
@@ -23,7 +24,7 @@ using Context = std::unique_ptr<xmlParserCtxt, Releaser<xmlFreeParserCtxt>>;
 using Document = std::unique_ptr<xmlDoc, Releaser<xmlFreeDoc>>;
 using Buffer = std::unique_ptr<xmlBuffer, Releaser<xmlBufferFree>>;
 
-/// An element that its creator holds bears a pointer to this.
+/// An element that its creator holds has a pointer to this.
 char heldMark;
 
 bool isHeld(const xmlNode* node) { return node->_private == &heldMark; }
@@ -187,8 +188,8 @@ XmlParseResult parseXml(const char* text) {
     if (!isUtf8(whole)) {
         return {nullptr, "The text is not UTF-8", true};
     }
-    if (mayExpandBeyondMeasure(whole)) {
-        return {nullptr, "The document's entities expand too much", false};
+    if (mayCostTooMuch(whole)) {
+        return {nullptr, "The document would take too much memory or time", false};
     }
     const Context context(xmlNewParserCtxt());
     Document document = parsed(context.get(), whole);

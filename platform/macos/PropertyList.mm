@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "../posix/BinaryList.h"
+#include "../posix/ParsingCost.h"
 #include "Foundation.h"
 #include "platform/Files.h"
 #include "platform/XmlTree.h"
@@ -33,17 +34,27 @@ bool isTame(const std::string& content) {
     return isBytewise && (content.starts_with('<') ? isXml(content) : isShallow(content));
 }
 
-/// The content as every version of the framework reads it: an XML list without a byte order mark and blanks
-/// before it, and with a declaration.
-std::string plainForm(const std::string& content) {
+/// The content without a byte order mark and, of an XML list, blanks before it.
+std::string_view withoutStart(std::string_view content) {
     constexpr std::string_view mark = "\xEF\xBB\xBF";
-    const std::string unmarked = content.substr(content.starts_with(mark) ? mark.size() : 0);
-    const std::size_t start = unmarked.find_first_not_of(" \t\r\n");
-    if (start == std::string::npos || unmarked[start] != '<') {
-        return unmarked;
+    content.remove_prefix(content.starts_with(mark) ? mark.size() : 0);
+    const std::size_t start = content.find_first_not_of(" \t\r\n");
+    const bool isMarkup = start != std::string_view::npos && content[start] == '<';
+    return isMarkup ? content.substr(start) : content;
+}
+
+/// The content as every version of the framework reads it: an XML list with a declaration. Empty for one that
+/// would cost too much: not even a copy of it is made.
+std::string plainForm(std::string_view content) {
+    const std::string_view markup = withoutStart(content);
+    if (!markup.starts_with('<')) {
+        return std::string(markup);
     }
-    const std::string markup = unmarked.substr(start);
-    return (markup.starts_with("<?xml") ? "" : "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n") + markup;
+    if (mayCostTooMuch(markup)) {
+        return {};
+    }
+    return std::string(markup.starts_with("<?xml") ? "" : "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n")
+        .append(markup);
 }
 
 NSDictionary* dictionaryIn(const std::string& content) {

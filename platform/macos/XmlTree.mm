@@ -2,6 +2,7 @@
 
 #include <string_view>
 
+#include "../posix/ParsingCost.h"
 #include "../posix/XmlRules.h"
 #include "Foundation.h"
 
@@ -162,8 +163,8 @@ class Indentation {
 
 XmlParseResult parseXml(const char* text) {
     const AutoreleasePool pool;
-    if (isUtf8(text) && mayExpandBeyondMeasure(text)) {
-        return {nullptr, "The document's entities expand too much", false};
+    if (isUtf8(text) && mayCostTooMuch(text)) {
+        return {nullptr, "The document would take too much memory or time", false};
     }
     NSString* const source = [NSString stringWithUTF8String:isUtf8(text) ? declaredUtf8(text).c_str() : text];
     NSError* error = nil;

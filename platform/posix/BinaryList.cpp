@@ -5,6 +5,8 @@
 #include <optional>
 #include <vector>
 
+#include "ParsingCost.h"
+
 namespace platform {
 
 namespace {
@@ -44,7 +46,7 @@ class BinaryOutline {
             }
             values += parts->size();
             bytes += bytesOf(place.value);
-            if (bytes > mostBytes) {
+            if (values * markupMemory + 2 * bytes > mostParsingMemory) {
                 return false;
             }
             for (const std::uint64_t part : *parts) {
@@ -61,8 +63,7 @@ class BinaryOutline {
     };
 
     static constexpr std::size_t trailerSize = 32;
-    static constexpr std::size_t mostValues = 100'000;
-    static constexpr std::uint64_t mostBytes = 16 << 20;
+    static constexpr std::size_t mostValues = mostParsingMemory / markupMemory;
     static constexpr int deepest = 256;
 
     std::uint64_t trailerNumber(std::uint64_t position, std::uint64_t size) const {

@@ -85,56 +85,6 @@ template <typename Predicate> bool hasOnly(std::string_view text, Predicate isAl
     return true;
 }
 
-/// Where the next declaration of an entity begins, after its keyword.
-std::size_t entityDeclaration(std::string_view text, std::size_t from) {
-    constexpr std::string_view keyword = "<!ENTITY";
-    const std::size_t start = text.find(keyword, from);
-    return start == std::string_view::npos ? start : start + keyword.size();
-}
-
-bool declaresParameterEntity(std::string_view text) {
-    for (std::size_t at = entityDeclaration(text, 0); at != std::string_view::npos;
-         at = entityDeclaration(text, at)) {
-        const std::size_t next = text.find_first_not_of(" \t\r\n", at);
-        if (next != std::string_view::npos && text[next] == '%') {
-            return true;
-        }
-    }
-    return false;
-}
-
-/// Takes `opening` and all up to `closing` off the text. False when it does not begin with that.
-bool takeBetween(std::string_view& text, std::string_view opening, std::string_view closing) {
-    if (!text.starts_with(opening)) {
-        return false;
-    }
-    const std::size_t end = text.find(closing, opening.size());
-    text.remove_prefix(end == std::string_view::npos ? text.size() : end + closing.size());
-    return true;
-}
-
-/// The document from its document type on. Empty when it has none.
-std::string_view fromDocumentType(std::string_view text) {
-    constexpr std::string_view mark = "\xEF\xBB\xBF";
-    text.remove_prefix(text.starts_with(mark) ? mark.size() : 0);
-    do {
-        text.remove_prefix(std::min(text.find_first_not_of(" \t\r\n"), text.size()));
-    } while (takeBetween(text, "<!--", "-->") || takeBetween(text, "<?", "?>"));
-    return text.starts_with("<!DOCTYPE") ? text : "";
-}
-
-/// How often the text refers to an entity of its own.
-std::size_t entityReferences(std::string_view text) {
-    constexpr std::array<std::string_view, 6> others = {"#", "lt;", "gt;", "amp;", "quot;", "apos;"};
-    std::size_t count = 0;
-    for (std::size_t at = text.find('&'); at != std::string_view::npos; at = text.find('&', at + 1)) {
-        const std::string_view name = text.substr(at + 1);
-        count += std::none_of(others.begin(), others.end(),
-                              [name](std::string_view other) { return name.starts_with(other); });
-    }
-    return count;
-}
-
 } // namespace
 
 bool isUtf8(std::string_view text) {
@@ -149,15 +99,6 @@ bool isXmlName(std::string_view name) {
     }
     const auto first = takeCharacter(name);
     return first && isNameStart(*first) && hasOnly(name, isNameCharacter);
-}
-
-bool mayExpandBeyondMeasure(std::string_view text) {
-    constexpr std::size_t longestExpansion = 10'000'000;
-    const std::string_view declarations = fromDocumentType(text);
-    if (entityDeclaration(declarations, 0) == std::string_view::npos) {
-        return false;
-    }
-    return declaresParameterEntity(declarations) || entityReferences(text) > longestExpansion / text.size();
 }
 
 } // namespace platform

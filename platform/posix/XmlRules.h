@@ -14,9 +14,4 @@ bool isXmlText(std::string_view text);
 /// Whether `name` can name an element or an attribute.
 bool isXmlName(std::string_view name);
 
-/// Whether a document's own entities could make it grow out of hand: it declares some for use within its
-/// document type, of which a small document has no need and to which parsers set no limit, or it declares
-/// others and refers to them so often that the longest that a parser lets pass would not fit.
-bool mayExpandBeyondMeasure(std::string_view text);
-
 } // namespace platform
