@@ -3,6 +3,7 @@
 #include <string>
 
 #include "hook/ApplicationFolder.h"
+#include "platform/Files.h"
 #include <elmu/logging/Logger.h>
 #include <elmu/utils/FileUtils.h>
 #include <elmu/utils/XMLParser.h>
@@ -48,6 +49,7 @@ bool createSpecifierFile(elmu::Logger* logger) {
         logger->warn("", "CreateDirectoryAtPath: Unable to create HCD Ostrel Specifier file");
         return false;
     }
+    platform::removeLeftTemporaries(folder.c_str());
     if (!FileUtils::CreateFileWithContentAtPath(manifestFile(folder), manifestText(), nullptr)) {
         logger->warn("", "CreateFileWithContentAtPath: Unable to create HCD Ostrel Specifier file");
         return false;
@@ -57,7 +59,9 @@ bool createSpecifierFile(elmu::Logger* logger) {
 }
 
 bool deleteSpecifierFile(elmu::Logger* logger) {
-    if (FileUtils::DeleteFileAtPath(manifestFile(specifierFolder()), true, nullptr)) {
+    const std::string folder = specifierFolder();
+    platform::removeLeftTemporaries(folder.c_str());
+    if (FileUtils::DeleteFileAtPath(manifestFile(folder), true, nullptr)) {
         logger->info("Successfully deleted HCD Ostrel Specifier file");
     } else {
         logger->info("Unable to delete HCD Ostrel Specifier file");

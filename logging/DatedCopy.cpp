@@ -1,57 +1,95 @@
 #include <elmu/logging/DatedCopy.h>
 
-#include "platform/Files.h"
-#include <elmu/logging/FileProbes.h>
+#include "platform/LogCopy.h"
+#include "platform/LogFile.h"
 #include <elmu/logging/PathText.h>
 
 namespace elmu {
 
 namespace {
 
-/// So many names, from that of `now` on, are looked at.
+/// How many names are looked at, from that of `now` on.
 constexpr int kSecondsTried = 100;
 
-std::string datedName(const std::string& path, std::int64_t second) {
+std::string datedPath(const std::string& path, std::int64_t second) {
     std::string name = path;
     appendTimeStampToFile(name, second);
     return name;
 }
 
+/// The name of the dated copy in the log's folder. Empty if it would be in another folder: what follows the
+/// last dot of the path counts as the extension, also when that dot is in a folder's name.
+std::string datedName(const std::string& path, std::int64_t second) {
+    const std::string dated = datedPath(path, second);
+    const auto nameStart = path.rfind('/') + 1;
+    return dated.find('/', nameStart) == std::string::npos ? dated.substr(nameStart) : std::string();
+}
+
 /// The second after the last one near `now` whose name is taken. A gap before it is not used: pruning may
 /// have made it, and a copy in it would be the next to go.
-std::int64_t freeSecond(const std::string& path, std::int64_t now) {
+std::int64_t freeSecond(const platform::OpenFolder& folder, const std::string& path, std::int64_t now) {
     std::int64_t free = now;
     for (int later = 0; later < kSecondsTried; ++later) {
-        if (platform::entryExists(datedName(path, now + later).c_str())) {
+        if (folder.entry(datedName(path, now + later))) {
             free = now + later + 1;
         }
     }
     return free;
 }
 
-/// A name that does not begin as the log's does, and so is none of its copies.
-std::string unfinishedName(const std::string& path) {
-    const auto nameStart = path.rfind('/') + 1;
-    return path.substr(0, nameStart) + "." + path.substr(nameStart) + ".copy";
+/// The copy's name until it is whole. It begins with a dot, so that pruning does not take it for a copy.
+std::string unfinishedName(const platform::LogFile& log) { return "." + log.name() + ".copy"; }
+
+/// The copy's name from then on, until the log is empty.
+std::string finishedName(const platform::LogFile& log) { return "." + log.name() + ".copied"; }
+
+/// Gives the copy its dated name. Returns the second in it.
+std::optional<std::int64_t> publish(platform::LogCopy& copy, const platform::LogFile& log,
+                                    const std::string& path, std::int64_t now) {
+    const std::int64_t second = freeSecond(log.folder(), path, now);
+    const bool isPublished = !copy.rename(datedName(path, second));
+    return isPublished ? std::optional(second) : std::nullopt;
+}
+
+/// A whole copy under the name for one.
+std::optional<platform::LogCopy> makeCopy(const platform::LogFile& log) {
+    if (!platform::LogCopy::makeWay(log.folder(), finishedName(log))) {
+        return std::nullopt;
+    }
+    auto copy = platform::LogCopy::make(log.folder(), unfinishedName(log));
+    if (copy && (copy->fill(log) || copy->rename(finishedName(log)))) {
+        copy->discard();
+        return std::nullopt;
+    }
+    return copy;
 }
 
 } // namespace
 
-std::optional<std::int64_t> makeDatedCopy(const std::string& path, std::int64_t now) {
-    const std::int64_t second = freeSecond(path, now);
-    const std::string copy = datedName(path, second);
-    const std::string unfinished = unfinishedName(path);
-    platform::removeEntry(unfinished.c_str());
-    const bool made = !platform::entryExists(copy.c_str()) &&
-                      !platform::copyContentToNew(path.c_str(), unfinished.c_str()) &&
-                      !platform::syncFile(unfinished.c_str()) &&
-                      !platform::moveFile(unfinished.c_str(), copy.c_str());
-    if (!made) {
-        platform::removeEntry(unfinished.c_str());
+std::optional<std::int64_t> moveToDatedCopy(const platform::LogFile& log, const std::string& path,
+                                            std::int64_t now) {
+    if (datedName(path, now).empty()) {
         return std::nullopt;
     }
-    platform::syncFile(path.substr(0, path.rfind('/') + 1).c_str());
-    return second;
+    auto copy = makeCopy(log);
+    if (copy && log.empty()) {
+        copy->discard();
+        return std::nullopt;
+    }
+    return copy ? publish(*copy, log, path, now) : std::nullopt;
+}
+
+void finishInterruptedMove(const platform::LogFile& log, const std::string& path, std::int64_t now) {
+    const auto unfinished = platform::LogCopy::find(log.folder(), unfinishedName(log));
+    if (unfinished) {
+        unfinished->discard();
+    }
+    auto finished = platform::LogCopy::find(log.folder(), finishedName(log));
+    if (finished && finished->isContainedIn(log)) {
+        finished->discard();
+    } else if (finished) {
+        publish(*finished, log, path, now);
+    }
 }
 
 } // namespace elmu

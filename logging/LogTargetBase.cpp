@@ -1,6 +1,6 @@
 #include <elmu/logging/LogTargetBase.h>
 
-#include "platform/Files.h"
+#include "platform/OpenFolder.h"
 #include "platform/Users.h"
 #include <elmu/logging/FileProbes.h>
 #include <elmu/logging/PathText.h>
@@ -23,19 +23,19 @@ Log_Level levelByMarkers(Log_Level level, const std::string& folder, const std::
     if (!changeFileExtension(name, "trace") || !appendPath(marker, name)) {
         return level;
     }
-    if (fileExistsAtPath(marker)) {
+    if (platform::isFileSafely(marker)) {
         return levels::trace;
     }
-    if (changeFileExtension(marker, "debug") && fileExistsAtPath(marker)) {
+    if (changeFileExtension(marker, "debug") && platform::isFileSafely(marker)) {
         return debugLevel;
     }
     if (!replaceLastPathComponent(marker, "ruk.trace")) {
         return level;
     }
-    if (fileExistsAtPath(marker)) {
+    if (platform::isFileSafely(marker)) {
         return levels::trace;
     }
-    if (replaceLastPathComponent(marker, "ruk.debug") && fileExistsAtPath(marker)) {
+    if (replaceLastPathComponent(marker, "ruk.debug") && platform::isFileSafely(marker)) {
         return debugLevel;
     }
     return level;
@@ -50,11 +50,8 @@ void giveToConsoleUser(const std::string& folder) {
     constexpr mode_t everybody = 0777;
     std::string outer;
     getTempPath(outer);
-    outer += "/Halcyra";
-    std::string parent = folder;
-    removeLastPathComponent(parent);
-    platform::giveFolder(outer.c_str(), ".", user->uid, user->gid, everybody);
-    platform::giveFolder(parent.c_str(), "HCD", user->uid, user->gid, everybody);
+    platform::giveFolder(outer + "/Halcyra", user->uid, user->gid, everybody, "HCD");
+    platform::giveFolder(folder, user->uid, user->gid, everybody, "");
 }
 
 } // namespace
@@ -117,7 +114,7 @@ void LogTargetBase::useDefaultFolder() {
     if (folderExitsAtPath(logFilePath)) {
         return;
     }
-    createDirectoryPath(logFilePath);
+    platform::createFoldersSafely(logFilePath);
     giveToConsoleUser(logFilePath);
 }
 

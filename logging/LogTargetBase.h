@@ -50,7 +50,8 @@ class LogTargetBase {
     /// Sets the threshold. Marker files in the user's Library/Logs folder then make it more verbose: the
     /// log's base name with extension "trace", or "ruk.trace", always gives `TRACE`; the same with "debug"
     /// gives `DEBUG` to a level above it. The first marker found in the order NAME.trace, NAME.debug,
-    /// ruk.trace, ruk.debug decides. Touches the file system.
+    /// ruk.trace, ruk.debug decides. One behind a symlink that is not followed (docs/security.md) counts as
+    /// missing. Touches the file system.
     void setLogLevel(Log_Level level);
     Log_Level getLogLevel() const;
 
@@ -62,7 +63,7 @@ class LogTargetBase {
     /// Halcyra/HCD in the user's Library/Logs folder, made if missing and then given to the console user),
     /// and proves that it can be opened, creating it if missing. A target that is registered moves its stream
     /// there. False, and registration will be refused, when the name has a folder part or the file cannot
-    /// be opened.
+    /// be opened; a place where another user may have put a symlink counts as one that cannot.
     bool setLogFile(const char* fileName, const char* folder);
 
     void incrementRefCount();

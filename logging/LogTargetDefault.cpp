@@ -2,17 +2,18 @@
 
 #include <cstdio>
 #include <exception>
+#include <optional>
+#include <utility>
 
-#include "platform/Files.h"
+#include "platform/LogFile.h"
 #include "platform/System.h"
 #include <elmu/logging/BinaryLock.h>
 #include <elmu/logging/DatedCopy.h>
-#include <elmu/logging/FileProbes.h>
-#include <elmu/logging/Fragment.h>
 #include <elmu/logging/PathText.h>
 #include <elmu/logging/Segmentation.h>
 #include <elmu/logging/SensitiveData.h>
 #include <elmu/logging/TimeText.h>
+#include <elmu/logging/UnfinishedRecord.h>
 #include <elmu/logging/UserFolders.h>
 
 namespace elmu {
@@ -25,9 +26,7 @@ constexpr std::size_t kTimeBufferSize = 256;
 constexpr std::size_t kUsualLineSize = 512;
 constexpr std::int32_t kSegmentCheckSeconds = 900;
 constexpr int kDaysOfCopies = 2;
-constexpr std::streamoff kBlockSize = 4096;
 constexpr std::size_t kMarkerSize = 9;
-constexpr std::streamoff kUnknown = -1;
 
 /// Mac OS X 10.5 and older have no kernel thread ids.
 bool threadIdsAvailable(long majorNumber, long minorNumber) { return majorNumber > 10 || minorNumber > 5; }
@@ -39,35 +38,36 @@ std::int32_t secondsBetween(std::int32_t earlier, std::int32_t later) {
     return static_cast<std::int32_t>(static_cast<std::uint32_t>(later) - static_cast<std::uint32_t>(earlier));
 }
 
-/// Gives a stream the buffer of its own back. Its state stays.
-void useOwnBuffer(std::fstream& s) {
-    const std::ios::iostate state = s.rdstate();
-    s.std::ios::rdbuf(s.rdbuf());
-    s.setstate(state);
+/// The log file that `s` was opened on. The mark goes along when the stream is moved or swapped.
+void*& logOf(std::ios& s) {
+    static const int mark = std::ios::xalloc();
+    return s.pword(mark);
 }
 
-void openForAppending(std::fstream& s, const std::string& path) {
-    useOwnBuffer(s);
+/// Whether what is inserted into `s` goes through the descriptor with which it was opened on `log`, as far as
+/// the stream tells.
+bool leadsTo(std::fstream& s, const platform::LogFile& log) {
+    const bool hasItsOwnBuffer = static_cast<const std::ios&>(s).rdbuf() == s.rdbuf();
+    return hasItsOwnBuffer && logOf(s) == &log;
+}
+
+/// Opens `s` on the file that `log` has open, so that each insertion is written at once, and lets `log` write
+/// through the stream's descriptor.
+void openStream(std::fstream& s, platform::LogFile& log) {
+    const int descriptor = log.nextDescriptor();
+    s.rdbuf()->pubsetbuf(nullptr, 0);
+    s.open(log.reopenPath(), std::ios::out | std::ios::app);
+    s << std::unitbuf;
     if (s.is_open()) {
-        s.close();
-    }
-    if (!platform::isSafeToAppendTo(path.c_str())) {
-        s.setstate(std::ios::failbit);
-        return;
-    }
-    std::error_code modeError;
-    platform::createFile(path.c_str(), 0666, modeError);
-    s.open(path, std::ios::out | std::ios::app);
-    if (modeError) {
-        std::fprintf(stderr, "\n Error Set File permissions. errno = %s", modeError.message().c_str());
+        log.attach(descriptor);
     }
 }
 
 } // namespace
 
-LogTargetDefault::LogTargetDefault(const char* id) {
+LogTargetDefault::LogTargetDefault(const char* id) : file(std::make_unique<platform::LogFile>()) {
     setIdentifier(id);
-    // These stand when the system does not say its version.
+    // These count when the system does not say its version.
     long majorNumber = 11;
     long minorNumber = 0;
     long patchNumber = 0;
@@ -84,24 +84,24 @@ LogTargetDefault::~LogTargetDefault() {
 }
 
 bool LogTargetDefault::SetStreamHandle(std::fstream& s) {
-    openForAppending(s, logFilePath);
+    if (s.is_open()) {
+        s.close();
+    }
+    auto opened = std::make_unique<platform::LogFile>();
+    std::error_code modeError;
+    if (opened->open(logFilePath, modeError)) {
+        s.setstate(std::ios::failbit);
+    } else {
+        openStream(s, *opened);
+    }
+    if (modeError) {
+        std::fprintf(stderr, "\n Error Set File permissions. errno = %s", modeError.message().c_str());
+    }
     if (&s == &stream) {
-        openLineBuffer();
+        file = std::move(opened);
+        logOf(s) = file.get();
     }
     return s.good();
-}
-
-/// The stream's own buffer stays open on the file, so that the stream is; nothing is written through it.
-void LogTargetDefault::openLineBuffer() {
-    lineBuffer.close();
-    if (!stream.good()) {
-        return;
-    }
-    if (!lineBuffer.open(logFilePath)) {
-        stream.setstate(std::ios::failbit);
-        return;
-    }
-    stream.std::ios::rdbuf(&lineBuffer);
 }
 
 bool LogTargetDefault::SetStreamPath(const char* fileName) {
@@ -140,6 +140,7 @@ bool LogTargetDefault::onRegisterTarget() {
 
 bool LogTargetDefault::onUnregisterTarget() {
     closeStream();
+    file->close();
     closeLock();
     streamAttached = false;
     return true;
@@ -149,8 +150,7 @@ void LogTargetDefault::closeStream() {
     if (!stream.fail()) {
         stream.close();
     }
-    lineBuffer.close();
-    useOwnBuffer(stream);
+    file->detach();
 }
 
 void LogTargetDefault::closeLock() {
@@ -174,7 +174,6 @@ bool LogTargetDefault::writeLog(Log_Level level, const char* context1, const cha
     }
     if (locked) {
         checkSizeWhenDue();
-        lineStart = mendedEnd();
     }
     if (headerPending) {
         logHeader(levels::info, context1, context2, context3, context4, nullptr, false);
@@ -189,13 +188,9 @@ bool LogTargetDefault::writeLog(Log_Level level, const char* context1, const cha
     std::string line;
     formatLog(timeMs, level, context1, context2, context3, context4, detail1, detail2, message, line);
     WriteStream(line.c_str());
-    if (locked) {
-        lineStart = kUnknown;
-    }
     return true;
 } catch (const std::exception&) {
     // Out of memory: the record is dropped.
-    lineStart = kUnknown;
     return true;
 }
 
@@ -204,19 +199,6 @@ void LogTargetDefault::checkSizeWhenDue() {
         SegmentLogFile(true)) {
         lastSegmentCheckTime = lastRecordTime;
     }
-}
-
-/// Returns the end of the file, after an unfinished record was removed from it. A writer that is killed in
-/// the middle of its write leaves part of a line, which ends where a block of memory does: the end is read
-/// only then.
-std::streamoff LogTargetDefault::mendedEnd() {
-    std::streambuf& buffer = *stream.std::ios::rdbuf();
-    const auto end = std::streamoff(buffer.pubseekoff(0, std::ios::end));
-    if (end <= 0 || end % kBlockSize != 0) {
-        return end;
-    }
-    cutUnfinishedRecord(logFilePath, end);
-    return std::streamoff(buffer.pubseekoff(0, std::ios::end));
 }
 
 bool LogTargetDefault::logHeader(Log_Level level, const char* context1, const char* context2,
@@ -239,51 +221,66 @@ void LogTargetDefault::initializeHeader() {
 }
 
 bool LogTargetDefault::SegmentLogFile(bool /*ignored*/) {
-    const std::string marker = logFolder(logFilePath) + "//" + "ruk.trace";
-    const bool keepsCopies = asksToKeepLogs(platform::fileHead(marker.c_str(), kMarkerSize).value_or(""));
-    long long size = 0;
-    if (!getFileSize(logFilePath, size)) {
-        return false;
+    if (!file->isNamed(logFilePath)) {
+        file->openExisting(logFilePath);
     }
-    if (size < segmentSizeLimit(getLogLevel())) {
-        return true;
-    }
-    headerPending = true;
-    mendedEnd(); // an unfinished record would never be removed from the copy
-    closeStream();
     timeval now = {};
     getCurrentTime(now);
-    const auto copied = makeDatedCopy(logFilePath, now.tv_sec);
+    if (file->isOpen()) {
+        finishInterruptedMove(*file, logFilePath, now.tv_sec);
+    }
+    const bool keepsCopies = hasFolder(logFilePath) &&
+                             asksToKeepLogs(file->folder().fileHead("ruk.trace", kMarkerSize).value_or(""));
+    const auto entry = file->folder().entry(file->name());
+    if (!entry) {
+        return false;
+    }
+    const bool isDue = entry->size >= segmentSizeLimit(getLogLevel());
+    return !isDue || rotate(keepsCopies, now.tv_sec);
+}
+
+bool LogTargetDefault::rotate(bool keepsCopies, std::int64_t now) {
+    headerPending = true;
+    closeStream();
+    const auto rotated = std::exchange(file, std::make_unique<platform::LogFile>());
+    const auto copied = moveToDatedCopy(*rotated, logFilePath, now);
     if (copied) {
-        cleanFile();
+        forgetFailures();
     }
     const bool reopened = SetStreamHandle(stream);
     if (!keepsCopies) {
-        // The copy may bear the name of a later second, and that second may be of the next day.
-        prune(kDaysOfCopies, copied.value_or(now.tv_sec));
+        // The copy may have the name of a later second, and that second may be of the next day.
+        prune(rotated->folder(), kDaysOfCopies, copied.value_or(now));
     }
     return reopened;
+}
+
+/// Closes the stream, also a failed one, and leaves it in a good state.
+void LogTargetDefault::forgetFailures() {
+    if (stream.is_open()) {
+        stream.close();
+    }
+    stream.clear();
 }
 
 bool LogTargetDefault::removeLogFilesExceptLastN(int count) {
     timeval now = {};
     getCurrentTime(now);
-    prune(count, now.tv_sec);
+    platform::OpenFolder folder;
+    folder.open(logFolder(logFilePath));
+    prune(folder, count, now.tv_sec);
     return false;
 }
 
-void LogTargetDefault::prune(int count, std::int64_t now) const {
-    std::string basePath = logFilePath;
-    removeFileExtension(basePath);
-    LogFamily log;
-    log.folder = logFolder(logFilePath);
-    log.baseName = basePath.substr(basePath.rfind('/') + 1);
-    log.currentName = logFilePath.substr(logFilePath.rfind('/') + 1);
-    const auto entries = platform::treeEntries(log.folder.c_str());
-    const auto prefixes = recentDatePrefixes(log.baseName, count, now);
-    for (const std::string& path : pathsToPrune(log, prefixes, entries, count)) {
-        platform::removeEntry(path.c_str());
+void LogTargetDefault::prune(const platform::OpenFolder& folder, int count, std::int64_t now) const try {
+    if (!hasFolder(logFilePath) || logFolder(logFilePath).empty()) {
+        return;
     }
+    const LogNames names = logNames(logFilePath);
+    const auto prefixes = recentDatePrefixes(names.baseName, count, now);
+    folder.removeAll(pathsToPrune(names, prefixes, folder.tree(names.baseName), count));
+} catch (const std::exception&) {
+    // More names than memory holds: nothing is removed.
 }
 
 void LogTargetDefault::initializeXMLTagNameList() {
@@ -303,24 +300,27 @@ void LogTargetDefault::hideDataOfXMLTagHelper(std::string& text, const int& open
                 static_cast<std::size_t>(openLength));
 }
 
+/// The line reaches the file as one write. A stream that was pointed elsewhere is written to where it points.
 void LogTargetDefault::WriteStream(const char* text) {
     if (text == nullptr || !stream.is_open()) {
         stream.setstate(std::ios::badbit);
         return;
     }
-    // One insertion, whatever the length, reaches the file as one write.
-    std::string line = text;
-    line += '\n';
-    const bool wasGood = stream.good();
-    stream.write(line.data(), static_cast<std::streamsize>(line.size()));
-    stream.flush();
-    if (lineStart < 0 || !wasGood) {
+    if (!stream.good()) {
         return;
     }
-    if (stream.good()) {
-        lineStart += static_cast<std::streamoff>(line.size());
-    } else {
-        cutFailedLine(logFilePath, lineStart, line);
+    std::string line = text;
+    line += '\n';
+    const auto end = leadsTo(stream, *file) ? file->attachedSize() : std::nullopt;
+    if (!end) {
+        stream << line << std::flush;
+        return;
+    }
+    if (endsInUnfinishedRecord(*file, *end)) {
+        line.insert(0, 1, '\n');
+    }
+    if (file->append(line)) {
+        stream.setstate(std::ios::badbit);
     }
 }
 
@@ -347,14 +347,15 @@ bool LogTargetDefault::cleanFile() {
     if (stream.is_open()) {
         stream.close();
     }
-    lineBuffer.close();
-    useOwnBuffer(stream);
-    stream.open(logFilePath, std::ios::out | std::ios::trunc);
-    if (!stream.good()) {
-        return false;
+    file->detach();
+    std::error_code modeError;
+    const bool isEmptied = !file->open(logFilePath, modeError) && !file->empty();
+    if (isEmptied) {
+        stream.clear();
+    } else {
+        stream.setstate(std::ios::failbit);
     }
-    stream.close();
-    return true;
+    return isEmptied;
 }
 
 void LogTargetDefault::formatLog(unsigned long long timeMs, Log_Level level, const char* context1,

@@ -1,13 +1,18 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <vector>
 
-#include <elmu/logging/LineBuffer.h>
 #include <elmu/logging/LogHeader.h>
 #include <elmu/logging/LogTargetBase.h>
 #include <elmu/logging/TimeText.h>
+
+namespace platform {
+class LogFile;
+class OpenFolder;
+} // namespace platform
 
 namespace elmu {
 
@@ -16,9 +21,10 @@ class BinaryLock;
 /// The file target: one line a record, in a file that many processes share. A process holds the lock keyed by
 /// the file's path and the number 11 from before a record is formatted until its line is in the file, so
 /// lines never mix. Failures are silent: a record that cannot be written is dropped, and after a failed write
-/// all later ones until the stream is opened anew. The one message, on standard error, is about the mode of
-/// a newly created file. `stream` is connected with the log file by `SetStreamHandle`; each text that is
-/// then inserted into it is a write of its own.
+/// all later ones until the stream is opened again. The one message, on standard error, is about the mode of
+/// a newly created file. `SetStreamHandle` opens `stream` on the log file; each text that is then inserted
+/// into it is a write of its own (with libc++, a write for each 4,096 bytes). If `stream` is made to lead
+/// elsewhere, records go there.
 class LogTargetDefault : public LogTargetBase {
   public:
     /// `id` is the identifier to register under; null leaves it empty.
@@ -28,8 +34,9 @@ class LogTargetDefault : public LogTargetBase {
     ~LogTargetDefault() override;
 
     /// Opens `s` on the log file for appending, closing it first if it is open. A file that this creates
-    /// gets mode 0666, so that every user's processes can append. A pipe, and a link that another user put in
-    /// the file's place, are not opened. True when the stream is good.
+    /// gets mode 0666, so that every user's processes can append. Refuses a pipe, a file that may be
+    /// another user's under a second name, and what is behind a symlink that another user may have put there
+    /// (docs/security.md). Never blocks. On failure `s` is closed and has its failbit. True when it is good.
     bool SetStreamHandle(std::fstream& s) override;
 
     /// Makes `fileName` in the user's Library/Logs folder the log file. False, with the path unchanged, when
@@ -56,9 +63,10 @@ class LogTargetDefault : public LogTargetBase {
     bool logHeader(Log_Level level, const char* context1, const char* context2, const char* context3,
                    const char* context4, stLogHeader* header, bool locked) override;
 
-    /// Puts `text` and a newline into the file as one write and flushes. When that fails half-way under the
-    /// lock, what got into the file is cut off again. Null marks the stream bad, so that nothing more is
-    /// written.
+    /// Puts `text` and a newline into the file as one write, after another newline if a killed writer's
+    /// record lacks its own. When that fails half-way, the part that got into the file is removed unless
+    /// something follows it, and the stream is bad. A stream that leads elsewhere gets the line there,
+    /// flushed. Null marks the stream bad, so that nothing more is written.
     void WriteStream(const char* text) override;
 
     /// Writes the local date and time of `timeMs` (milliseconds since the epoch, 0 for now), a colon and
@@ -69,17 +77,19 @@ class LogTargetDefault : public LogTargetBase {
     /// The kernel's id of the calling thread in decimal digits, or nothing on systems too old to have one.
     std::string getCurrentThreadID() const;
 
-    /// Empties the log file and leaves the stream closed. False when the file cannot be opened.
+    /// Empties the log file, making it if it is missing, and leaves the stream closed. False when the file
+    /// cannot be opened or emptied.
     bool cleanFile();
 
     /// Fills the target's own header with what is known of the machine and the installed application.
     void initializeHeader();
 
-    /// Rotates the log file if its size has reached the limit of the target's level: removes an unfinished
-    /// record at its end, copies its content to a dated copy beside it, empties it and opens it again, makes
-    /// a header due, and prunes old copies unless the marker file "ruk.trace" beside the log holds
-    /// "keeplogs". If the copy fails, the file keeps its records. To be called with the lock held. Returns
-    /// the result of the size query, or, after a rotation, of opening the file. Ignores the argument.
+    /// Completes or undoes the rotation of a process that was killed. Then rotates the log file if its size
+    /// has reached the limit of the target's level: moves its content to a dated copy beside it, opens it
+    /// again, makes a header due, and prunes old copies unless the marker file "ruk.trace" beside the log
+    /// holds "keeplogs". If the copy fails, the file keeps its records. Whenever the process is killed, each
+    /// record is in the log or in one copy. To be called with the lock held. Returns the result of the size
+    /// query, or, after a rotation, of opening the file. Ignores the argument.
     bool SegmentLogFile(bool ignored);
 
     /// Removes everything below the log's folder whose path from there begins with the log's base name: also
@@ -95,7 +105,7 @@ class LogTargetDefault : public LogTargetBase {
     /// Only the first element of a name is looked at; an empty one is left as it is.
     void hideDataOfXMLTag(const char* message, std::string& out) const;
 
-    /// Replaces what stands in `text` between the end of an opening tag of `openLength` characters at
+    /// Replaces what is in `text` between the end of an opening tag of `openLength` characters at
     /// `openPosition` and `closePosition` with "****". Throws `std::out_of_range` when `closePosition` is
     /// beyond the end.
     static void hideDataOfXMLTagHelper(std::string& text, const int& openPosition, const int& closePosition,
@@ -122,15 +132,14 @@ class LogTargetDefault : public LogTargetBase {
 
   private:
     CurrentSecondText currentSecond;
-    LineBuffer lineBuffer; ///< of `stream`, while that is open
-    std::streamoff lineStart =
-        -1; ///< where the next line begins while the lock is held; negative when not known
+    /// Never null. Writes through the descriptor of `stream` while that leads to it.
+    std::unique_ptr<platform::LogFile> file;
 
-    void openLineBuffer();
     void checkSizeWhenDue();
-    std::streamoff mendedEnd();
-    void prune(int count, std::int64_t now) const;
+    bool rotate(bool keepsCopies, std::int64_t now);
+    void prune(const platform::OpenFolder& folder, int count, std::int64_t now) const;
     void closeStream();
+    void forgetFailures();
     void closeLock();
 };
 

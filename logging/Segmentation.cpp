@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include <elmu/logging/PathText.h>
 #include <elmu/logging/TimeText.h>
 
 namespace elmu {
@@ -34,6 +35,8 @@ bool asksToKeepLogs(std::string_view firstBytes) {
            (firstBytes.size() == kKeepLogs.size() || firstBytes[kKeepLogs.size()] == '\0');
 }
 
+bool hasFolder(const std::string& path) { return path.find('/') != std::string::npos; }
+
 std::string logFolder(const std::string& path) { return path.substr(0, path.rfind('/')); }
 
 std::vector<std::string> recentDatePrefixes(const std::string& baseName, int days, std::int64_t now) {
@@ -46,7 +49,13 @@ std::vector<std::string> recentDatePrefixes(const std::string& baseName, int day
     return prefixes;
 }
 
-std::vector<std::string> pathsToPrune(const LogFamily& log, const std::vector<std::string>& prefixes,
+LogNames logNames(const std::string& path) {
+    std::string basePath = path;
+    removeFileExtension(basePath);
+    return {basePath.substr(basePath.rfind('/') + 1), path.substr(path.rfind('/') + 1)};
+}
+
+std::vector<std::string> pathsToPrune(const LogNames& log, const std::vector<std::string>& prefixes,
                                       const std::vector<std::string>& entries, int count) {
     std::vector<std::string> pruned;
     std::vector<std::string> retained;
@@ -58,13 +67,12 @@ std::vector<std::string> pathsToPrune(const LogFamily& log, const std::vector<st
             continue;
         }
         const bool stays = entry == log.currentName || beginsWithOneOf(prefixes, entry);
-        (stays ? retained : pruned).push_back(log.folder + "/" + entry);
+        (stays ? retained : pruned).push_back(entry);
     }
     std::sort(retained.begin(), retained.end());
     // A name without an extension sorts before its copies; the live file must not be the first to go.
-    const std::string live = log.folder + "/" + log.currentName;
     std::stable_partition(retained.begin(), retained.end(),
-                          [&live](const std::string& path) { return path != live; });
+                          [&log](const std::string& path) { return path != log.currentName; });
     const auto kept = std::min(retained.size(), static_cast<std::size_t>(count) + 1);
     pruned.insert(pruned.end(), retained.begin(), retained.end() - static_cast<std::ptrdiff_t>(kept));
     return pruned;

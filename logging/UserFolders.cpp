@@ -11,6 +11,13 @@ namespace {
 /// The longest home path, with its NUL, that the platform's lookup can have.
 constexpr std::size_t kLookupBufferSize = 1024;
 
+/// Behind a symlink that must not be followed nothing is made, and that is no failure: the log there is
+/// unusable, and does not go to another place instead.
+bool makeFolder(const std::string& path) {
+    const std::error_code error = platform::createFolder(path.c_str(), 0700);
+    return !error || error == std::errc::too_many_symbolic_link_levels;
+}
+
 } // namespace
 
 bool getUserFolderPath(std::string& home) {
@@ -38,7 +45,7 @@ bool getTempPath(std::string& folder) {
     }
     const std::string library = home + "/Library";
     const std::string logs = library + "/Logs";
-    if (platform::createFolder(library.c_str(), 0700) || platform::createFolder(logs.c_str(), 0700)) {
+    if (!makeFolder(library) || !makeFolder(logs)) {
         return false;
     }
     folder = logs;

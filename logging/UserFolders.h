@@ -2,7 +2,7 @@
 
 #include <string>
 
-/// Where the user's logs lie.
+/// Where the user's logs are.
 namespace elmu {
 
 /// Puts the effective user's home folder into `home`, which stays as it was when there is none. Always true.
@@ -15,6 +15,7 @@ bool getUserFolder(std::string& home);
 
 /// Puts the Library/Logs folder in that home into `folder`, having made Library and Logs with mode 0700 if
 /// they were missing. False, with `folder` untouched, when there is no home or the folders cannot be made.
+/// Behind a symlink that is not followed (docs/security.md) nothing is made, and that is no failure.
 bool getTempPath(std::string& folder);
 
 } // namespace elmu

@@ -46,8 +46,9 @@ struct FolderAttributes {
 /// parent always lets its owner work in it. On failure the parents made so far stay.
 std::error_code createFolders(const char* path, const FolderAttributes* attributes);
 
-/// Creates one folder with `mode` less the umask. An entry of that name that is there already, of any
-/// kind, counts as success.
+/// Creates one folder with `mode` less the umask. An entry of that name that is there already, of any kind,
+/// counts as success. Symlinks on the way are followed only if no other user can have put them there
+/// (posix/SafePath.h); the error is too_many_symbolic_link_levels for one that is not followed.
 std::error_code createFolder(const char* path, mode_t mode);
 
 /// The names in the folder `path`, without "." and "..", in no order. On the home platform also without those
@@ -55,12 +56,11 @@ std::error_code createFolder(const char* path, mode_t mode);
 /// listed.
 std::optional<std::vector<std::string>> folderEntries(const char* path);
 
-/// Everything below the folder `path`, as paths relative to it: a folder before its content, siblings in byte
-/// order, links not followed. What cannot be listed is left out; empty when `path` is no folder.
-std::vector<std::string> treeEntries(const char* path);
-
-/// Removes `path`, a folder with everything below it. Links are removed, never followed. Removing
-/// nothing, "." or ".." is an error. The first failure ends the work; what was removed before stays so.
+/// Removes `path`, a folder with everything below it, however deep. Links are removed, never followed. It is
+/// an error if `path` is missing, "." or ".."; if it is a mount point or one is below it, which keeps its
+/// content (`device_or_resource_busy`); or if somebody moves a folder away meanwhile. It is no error if
+/// others remove something meanwhile. The first failure ends the work, and what was removed before is gone.
+/// Needs a few descriptors; memory grows with the number of names in one folder and with the depth.
 std::error_code removeTree(const char* path);
 
 /// Removes one file, link or empty folder.
@@ -73,51 +73,18 @@ std::error_code removeEntry(const char* path);
 /// time.
 std::error_code writeFileAtomically(const char* path, std::string_view content);
 
+/// Removes from the folder `path` the temporary files that killed runs of `writeFileAtomically` left: regular
+/// files of the effective user that have exactly such a name and that nobody writes any more. What cannot be
+/// removed stays, and so does everything when `path` is a link. Removes nothing on the home platform: the
+/// framework names the temporary files of every program alike.
+void removeLeftTemporaries(const char* path);
+
 /// Puts the content of the file `from` into the file `to`, which is emptied first, or made with 0666 less the
 /// umask. Nothing happens to `to` when `from` cannot be opened; after a later failure it is incomplete.
 std::error_code copyContent(const char* from, const char* to);
 
-/// The same to a new file: it is an error when an entry called `to`, of any kind, is there already.
-std::error_code copyContentToNew(const char* from, const char* to);
-
-/// Waits until the content of the file `path` is on the disk.
-std::error_code syncFile(const char* path);
-
-/// Gives the entry `from` the name `to` in the same file system, replacing what is there.
-std::error_code moveFile(const char* from, const char* to);
-
 /// The content of the regular file at `path`, links followed. Nothing when it is no regular file or
 /// cannot be read.
 std::optional<std::string> readFile(const char* path);
-
-/// The first `most` bytes of the regular file `path`, or all of them when there are fewer. Nothing when it
-/// cannot be read.
-std::optional<std::string> fileHead(const char* path, std::size_t most);
-
-struct FileTail {
-    std::string text;       ///< the last bytes
-    long long fileSize = 0; ///< in bytes
-};
-
-/// The last `most` bytes of the regular file `path`, or all of them when there are fewer. Nothing when it
-/// cannot be read.
-std::optional<FileTail> fileTail(const char* path, std::size_t most);
-
-/// Cuts the existing file `path` to its first `size` bytes.
-std::error_code truncateFile(const char* path, long long size);
-
-/// Sets owner, group and (exactly) mode of the folder `name` in the folder `parent`; "." is `parent` itself.
-/// Neither may be a link: somebody could have put it there to get another folder.
-std::error_code giveFolder(const char* parent, const char* name, uid_t owner, gid_t group, mode_t mode);
-
-/// Whether opening `path` for appending neither blocks nor writes where somebody else leads to: it is no pipe
-/// or socket, and no link that another user than root and the effective one made. A place where nothing is is
-/// safe.
-bool isSafeToAppendTo(const char* path);
-
-/// Creates the empty file `path` with exactly `mode`. False when it is not made: an entry of that name, of
-/// any kind, is there already, or the system refuses. `modeError` is why the file, which then stays, could
-/// not get the mode.
-bool createFile(const char* path, mode_t mode, std::error_code& modeError);
 
 } // namespace platform

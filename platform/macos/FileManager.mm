@@ -84,26 +84,6 @@ std::error_code createAll(const std::string& path, NSString* name, NSDictionary*
     return failureAt(path.c_str(), error);
 }
 
-bool isRemovedMeanwhile(const std::error_code& error, const std::string& path) {
-    return error == std::errc::no_such_file_or_directory && entryExists(path.c_str());
-}
-
-std::error_code removeOnce(NSString* name) {
-    NSError* error = nil;
-    const bool isRemoved =
-        valueOr(false, [&]() -> bool { return [manager() removeItemAtPath:name error:&error]; });
-    return isRemoved && !error ? std::error_code() : systemErrorOf(error);
-}
-
-/// Orders paths so that a folder stands before its content, and siblings by their bytes.
-bool comesBefore(const std::string& left, const std::string& right) {
-    return std::lexicographical_compare(
-        left.begin(), left.end(), right.begin(), right.end(), [](char one, char other) {
-            const auto rank = [](char c) { return c == '/' ? 0 : 1 + static_cast<unsigned char>(c); };
-            return rank(one) < rank(other);
-        });
-}
-
 } // namespace
 
 ItemKind itemAtPath(const char* path) {
@@ -145,36 +125,6 @@ std::optional<std::vector<std::string>> folderEntries(const char* path) {
     return names;
 }
 
-std::vector<std::string> treeEntries(const char* path) {
-    const AutoreleasePool pool;
-    NSString* const name = pathOf(path);
-    std::vector<std::string> entries;
-    exceptionIn([&] {
-        NSDirectoryEnumerator* const tree = name ? [manager() enumeratorAtPath:name] : nil;
-        while (NSString* entry = [tree nextObject]) {
-            entries.push_back(textOf(entry));
-        }
-    });
-    std::sort(entries.begin(), entries.end(), comesBefore);
-    return entries;
-}
-
-std::error_code removeTree(const char* path) {
-    constexpr int mostRounds = 10'000;
-    const AutoreleasePool pool;
-    const std::string whole = withoutTrailingSlashes(path);
-    NSString* const name = pathOf(whole.c_str());
-    std::error_code error = removalRefusal(path);
-    if (error || !name) {
-        return error ? error : std::make_error_code(std::errc::illegal_byte_sequence);
-    }
-    error = removeOnce(name);
-    for (int round = 1; round < mostRounds && isRemovedMeanwhile(error, whole); ++round) {
-        error = removeOnce(name);
-    }
-    return error;
-}
-
 std::error_code writeFileAtomically(const char* path, std::string_view content) {
     const AutoreleasePool pool;
     NSString* const name = pathOf(path);
@@ -189,5 +139,7 @@ std::error_code writeFileAtomically(const char* path, std::string_view content) 
     const bool isWritten = valueOr(false, [&]() -> bool { return [data writeToFile:name atomically:YES]; });
     return isWritten ? std::error_code() : failureToWrite(path);
 }
+
+void removeLeftTemporaries(const char* /*path*/) {}
 
 } // namespace platform

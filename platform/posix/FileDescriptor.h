@@ -27,15 +27,23 @@ inline std::error_code errorOf(int result) { return result == -1 ? lastError() :
 /// Owns an open file descriptor.
 class FileDescriptor {
   public:
+    /// Owns none yet.
+    FileDescriptor() : number(-1) {}
     /// Opens `path`, not passed on to programs that are executed. The mode counts when a file is created.
     FileDescriptor(const char* path, int flags, mode_t mode = 0)
         : number(uninterrupted([&] { return ::open(path, flags | O_CLOEXEC, mode); })) {}
-    /// Opens the existing entry `name` in an open folder.
-    FileDescriptor(const FileDescriptor& folder, const char* name, int flags)
-        : number(uninterrupted([&] { return ::openat(folder.get(), name, flags | O_CLOEXEC); })) {}
+    /// Opens `name` in an open folder.
+    FileDescriptor(const FileDescriptor& folder, const char* name, int flags, mode_t mode = 0)
+        : number(uninterrupted([&] { return ::openat(folder.get(), name, flags | O_CLOEXEC, mode); })) {}
+    /// Takes over a descriptor that a call gave, or the -1 of its failure.
+    explicit FileDescriptor(int descriptor) : number(descriptor) {}
     ~FileDescriptor() { close(); }
     FileDescriptor(FileDescriptor&& other) noexcept : number(other.release()) {}
-    FileDescriptor& operator=(FileDescriptor&&) = delete;
+    FileDescriptor& operator=(FileDescriptor&& other) noexcept {
+        close();
+        number = other.release();
+        return *this;
+    }
 
     bool isOpen() const { return number != -1; }
     int get() const { return number; }

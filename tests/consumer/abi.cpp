@@ -2,7 +2,6 @@
 #include <cstring>
 
 #include <elmu/logging/BinaryLock.h>
-#include <elmu/logging/LineBuffer.h>
 #include <elmu/logging/LogHeader.h>
 #include <elmu/logging/LogTargetDefault.h>
 #include <elmu/logging/Logger.h>
@@ -40,7 +39,6 @@ int main() {
     std::printf("stLogHeader %zu\n", sizeof(elmu::stLogHeader));
     std::printf("HeaderFacts %zu\n", sizeof(elmu::HeaderFacts));
     std::printf("BinaryLock %zu\n", sizeof(elmu::BinaryLock));
-    std::printf("LineBuffer %zu\n", sizeof(elmu::LineBuffer));
     std::printf("CurrentSecondText %zu\n", sizeof(elmu::CurrentSecondText));
     std::printf("CommandLineParser %zu\n", sizeof(ELMUUtils::CommandLineParser));
     std::printf("OSVersion %zu\n", sizeof(ELMUUtils::OSUtils::OSVersion));

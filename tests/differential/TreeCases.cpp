@@ -205,10 +205,6 @@ std::string listing(const std::string& path) {
     for (const std::string& name : shallow.value_or(Texts())) {
         result += " |" + escaped(name) + "|";
     }
-    result += " tree:";
-    for (const std::string& entry : treeEntries(path.c_str())) {
-        result += " |" + escaped(entry) + "|";
-    }
     return result;
 }
 
@@ -300,7 +296,6 @@ void reportTree(Random& random) {
 void reportTrees() {
     Random random(3);
     ::umask(022);
-    treeEntries("/nowhere");
     for (int i = 0; i < 1600; ++i) {
         reportTree(random);
     }

@@ -35,6 +35,14 @@ class KilledRuns : public MachineTest {
         machine.put("/Users/old.xml", "<Older>" + std::string(6000, 'o') + "</Older>\n");
     }
 
+    /// Runs an install that is killed when its new manifest is about to take the old one's place.
+    void killAnInstall() {
+        machine.filterCalls(killingFilter(callsThatRename()));
+        EXPECT_NE(machine.runTool({"--install=1"}).status, 0);
+        ASSERT_THAT(machine.namesIn(SpecifierFolder), SizeIs(2));
+        machine.refuse({}, 0);
+    }
+
     /// Parts of a thousand, in an order that a fixed seed chooses.
     static std::string parts(int count) {
         std::mt19937 generator(20261116);
@@ -144,6 +152,29 @@ TEST_F(KilledRuns, LeaveTheOldManifestOrTheNewOneAndNothingElse) {
     EXPECT_EQ(killed + completed, countOf(std::nullopt, outcome.output)) << outcome.output;
     RecordProperty("killed", killed);
     RecordProperty("completed", completed);
+}
+
+TEST_F(KilledRuns, LeaveATemporaryManifestThatTheNextInstallRemoves) {
+    killAnInstall();
+    install();
+    EXPECT_THAT(machine.namesIn(SpecifierFolder), ElementsAre("halcyra.xml"));
+    EXPECT_EQ(machine.read(Manifest), manifestText());
+}
+
+TEST_F(KilledRuns, LeaveATemporaryManifestThatTheNextUninstallRemoves) {
+    killAnInstall();
+    uninstall();
+    EXPECT_THAT(machine.namesIn(SpecifierFolder), testing::IsEmpty());
+}
+
+TEST_F(KilledRuns, LeaveATemporaryManifestOfWhichNothingIsTold) {
+    killAnInstall();
+    const std::size_t told = toldBy(machine.read(Log)).size();
+    install();
+    const std::vector<std::string> all = toldBy(machine.read(Log));
+    ASSERT_THAT(all, SizeIs(told + 2));
+    EXPECT_EQ(all[told], parsing(2));
+    EXPECT_EQ(all.back(), Created);
 }
 
 TEST_F(KilledRuns, DoNotKeepALaterRunFromItsJobOrItsLog) {

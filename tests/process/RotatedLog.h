@@ -48,7 +48,7 @@ class ProgressBoard {
 struct TornLine {
     std::string file;
     std::size_t offset; ///< in bytes
-    std::string line;   ///< its beginning
+    std::string line;
     std::string before; ///< the lines before it, shortened
 };
 
@@ -108,8 +108,8 @@ class SharedLog {
 
     void note(const std::string& event) { journal.push_back(event); }
     Tally tally() const;
-    /// No record whose call returned is lost, every line is whole, no copy was changed, and there are no
-    /// other files.
+    /// Each record whose call returned is there once. Every line is whole, or the beginning of a record that
+    /// a killed writer did not finish. No copy was changed, and there are no other files.
     void expectOrder(const Tally& all) const;
 
   private:
@@ -121,6 +121,7 @@ class SharedLog {
     std::vector<std::string> lostRecords(const Tally& all) const;
     std::vector<std::string> changedCopies() const;
     std::string history(const std::string& file) const;
+    bool isOfAKilledWriter(std::string_view line) const;
 
     support::LogHome home;
     std::string path = home / "logs/shared.log";

@@ -40,5 +40,6 @@ Assumptions aboutUsers();
 Assumptions aboutTheSystem();
 Assumptions aboutSemaphores();
 Assumptions aboutFileSystems();
+Assumptions aboutDescriptors();
 
 } // namespace assumptions

@@ -35,7 +35,7 @@ Assumptions allAssumptions() {
     Assumptions all;
     for (const auto part :
          {aboutPaths, aboutNewFolders, aboutFiles, aboutWriting, aboutXml, aboutPropertyLists, aboutUsers,
-          aboutTheSystem, aboutSemaphores, aboutFileSystems}) {
+          aboutTheSystem, aboutSemaphores, aboutFileSystems, aboutDescriptors}) {
         Assumptions some = part();
         std::move(some.begin(), some.end(), std::back_inserter(all));
     }

@@ -12,7 +12,7 @@
 namespace {
 
 struct Listing {
-    elmu::LogFamily log;
+    elmu::LogNames log;
     std::vector<std::string> prefixes;
     std::vector<std::string> entries;
     int count = 0;
@@ -67,11 +67,11 @@ std::vector<std::string> removedByTheModel(const Listing& listing) {
         const bool ours = sameStart(entry, listing.log.baseName);
         const bool recent = ours && isRecent(entry, listing.prefixes);
         if (ours && !recent && entry != listing.log.currentName) {
-            removed.push_back(listing.log.folder + "/" + entry);
+            removed.push_back(entry);
         } else if (entry == listing.log.currentName) {
-            live.push_back(listing.log.folder + "/" + entry);
+            live.push_back(entry);
         } else if (ours) {
-            insertInOrder(retained, listing.log.folder + "/" + entry);
+            insertInOrder(retained, entry);
         }
     }
     retained.insert(retained.end(), live.begin(), live.end());
@@ -88,7 +88,7 @@ class Listings {
     Listing next() {
         Listing listing;
         const std::string base = oneOf({"HCD", "HCD", "H", "my.tool", ".hcd"});
-        listing.log = {oneOf({"/l", "", "relative", "/l/"}), base, base + oneOf({".log", ".log", ""})};
+        listing.log = {base, base + oneOf({".log", ".log", ""})};
         listing.count = below(5);
         for (int day = 0; day < listing.count; ++day) {
             listing.prefixes.push_back(base + " " + dateBack(day));
@@ -109,7 +109,7 @@ class Listings {
 
     static std::string dateBack(int day) { return "2026-11-" + std::to_string(16 - day); }
 
-    std::string entry(const elmu::LogFamily& log) {
+    std::string entry(const elmu::LogNames& log) {
         switch (below(8)) {
         case 0:
             return log.currentName;

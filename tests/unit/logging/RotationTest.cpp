@@ -180,20 +180,16 @@ std::string endingWith(const std::string& start) {
     return std::string(static_cast<std::size_t>(infoLimit) - end.size(), '-') + end;
 }
 
-TEST_F(Rotation, LeavesARecordThatAKilledWriterBeganOutOfTheCopy) {
-    const std::string begun = "11/21/26 10:58:49:007 | [INFO] | ";
-    const std::string whole = endingWith(begun);
-    writeFile(path, whole);
-    enroll();
-    EXPECT_TRUE(copy() == whole.substr(0, whole.rfind('\n') + 1));
-    EXPECT_EQ(content(), "");
-}
-
-TEST_F(Rotation, CopiesAnUnfinishedLineThatIsNoRecord) {
-    const std::string whole = endingWith("somebody's ");
-    writeFile(path, whole);
-    enroll();
-    EXPECT_TRUE(copy() == whole);
+TEST_F(Rotation, CopiesAnUnfinishedLine) {
+    for (const std::string begun : {"11/21/26 10:58:49:007 | [INFO] | ", "somebody's "}) {
+        const std::string whole = endingWith(begun);
+        writeFile(path, whole);
+        enroll();
+        EXPECT_TRUE(copy() == whole);
+        EXPECT_EQ(content(), "");
+        fs::remove(home / copies().front());
+        leave();
+    }
 }
 
 TEST_F(Rotation, NamesTheCopyAfterTheLocalTimeOfTheRotation) {
@@ -291,6 +287,26 @@ TEST_F(Rotation, OpensAStreamThatHadFailed) {
     EXPECT_TRUE(target.SegmentLogFile(true));
     writeAt(support::now(), "found");
     EXPECT_THAT(content(), EndsWith(" | found\n"));
+}
+
+/// Opens its own file, and does not close the stream before.
+class OtherFileTarget : public LogTargetDefault {
+  public:
+    using LogTargetDefault::LogTargetDefault;
+    bool SetStreamHandle(std::fstream& s) override {
+        s.open(logFilePath + ".other", std::ios::out | std::ios::app);
+        return s.good();
+    }
+};
+
+class OtherFileRotation : public RotatingLog<OtherFileTarget> {};
+
+TEST_F(OtherFileRotation, ClosesAFailedStreamBeforeItIsOpened) {
+    fill();
+    target.stream.open(home / "failed", std::ios::out);
+    target.stream.setstate(std::ios::badbit);
+    EXPECT_TRUE(target.SegmentLogFile(true));
+    EXPECT_TRUE(target.stream.good());
 }
 
 TEST_F(Rotation, IgnoresItsArgument) {
@@ -831,6 +847,13 @@ TEST_F(Pruning, KeepsTheLogWhenOnlyItsFolderHasAnExtension) {
 TEST_F(Pruning, FindsNothingToPruneForAPathWithoutAFolder) {
     const support::WorkingFolder folder(home.path());
     target.logFilePath = "test.log";
+    placeAll({"test 2001-01-01 00-00-00.log", "testold.txt"});
+    EXPECT_THAT(leftAfter(2), SizeIs(3));
+}
+
+TEST_F(Pruning, FindsNothingInTheWorkingFolderForALogInTheRootFolder) {
+    const support::WorkingFolder folder(home.path());
+    target.logFilePath = "/test.log";
     placeAll({"test 2001-01-01 00-00-00.log", "testold.txt"});
     EXPECT_THAT(leftAfter(2), SizeIs(3));
 }

@@ -176,18 +176,18 @@ TEST(DatedName, FollowsAChangeOfTheZone) {
 
 const std::vector<std::string> twoDays{"HCD 2026-11-16", "HCD 2026-11-15"};
 
-/// What is removed from the folder /l of the log HCD.log.
+/// What is removed from the folder of the log HCD.log.
 std::vector<std::string> pruned(const std::vector<std::string>& entries, int count = 2,
                                 const std::vector<std::string>& prefixes = twoDays) {
-    return pathsToPrune({"/l", "HCD", "HCD.log"}, prefixes, entries, count);
+    return pathsToPrune({"HCD", "HCD.log"}, prefixes, entries, count);
 }
 
 TEST(PathsToPrune, LeaveTheLogAndTheTwoNewestCopiesOfTheTwoDays) {
     EXPECT_THAT(pruned({"HCD 2026-11-16 01-00-00.log", "HCD 2026-11-14 23-59-59.log", "HCD.log",
                         "HCD 2026-11-16 03-00-00.log", "HCD 2026-11-15 23-00-00.log",
                         "HCD 2026-11-16 02-00-00.log", "HCD 2026-11-15 22-00-00.log"}),
-                ElementsAre("/l/HCD 2026-11-14 23-59-59.log", "/l/HCD 2026-11-15 22-00-00.log",
-                            "/l/HCD 2026-11-15 23-00-00.log", "/l/HCD 2026-11-16 01-00-00.log"));
+                ElementsAre("HCD 2026-11-14 23-59-59.log", "HCD 2026-11-15 22-00-00.log",
+                            "HCD 2026-11-15 23-00-00.log", "HCD 2026-11-16 01-00-00.log"));
 }
 
 TEST(PathsToPrune, AreNoneWhenThereIsNoMoreThanTheNumberAndOne) {
@@ -199,13 +199,12 @@ TEST(PathsToPrune, AreNoneWhenThereIsNoMoreThanTheNumberAndOne) {
 TEST(PathsToPrune, LeaveOneCopyMoreWhenTheLogIsMissing) {
     EXPECT_THAT(pruned({"HCD 2026-11-16 01-00-00.log", "HCD 2026-11-16 02-00-00.log",
                         "HCD 2026-11-16 03-00-00.log", "HCD 2026-11-16 04-00-00.log"}),
-                ElementsAre("/l/HCD 2026-11-16 01-00-00.log"));
+                ElementsAre("HCD 2026-11-16 01-00-00.log"));
 }
 
 TEST(PathsToPrune, HoldEverythingElseThatBeginsLikeTheLogInTheOrderOfTheListing) {
-    EXPECT_THAT(
-        pruned({"HCDold.txt", "HCD", "HCD.log.1", "HCD.log", "HCD 2026-11-17 00-00-00.log", "HCD2"}),
-        ElementsAre("/l/HCDold.txt", "/l/HCD", "/l/HCD.log.1", "/l/HCD 2026-11-17 00-00-00.log", "/l/HCD2"));
+    EXPECT_THAT(pruned({"HCDold.txt", "HCD", "HCD.log.1", "HCD.log", "HCD 2026-11-17 00-00-00.log", "HCD2"}),
+                ElementsAre("HCDold.txt", "HCD", "HCD.log.1", "HCD 2026-11-17 00-00-00.log", "HCD2"));
 }
 
 TEST(PathsToPrune, HoldNothingThatBeginsInAnotherWay) {
@@ -216,29 +215,24 @@ TEST(PathsToPrune, HoldNothingThatBeginsInAnotherWay) {
 
 TEST(PathsToPrune, HoldASubfolderThatBeginsLikeTheLogBeforeItsContent) {
     EXPECT_THAT(pruned({"HCDx", "HCDx/a", "HCDx/b", "HCDx/b/c"}),
-                ElementsAre("/l/HCDx", "/l/HCDx/a", "/l/HCDx/b", "/l/HCDx/b/c"));
+                ElementsAre("HCDx", "HCDx/a", "HCDx/b", "HCDx/b/c"));
 }
 
 TEST(PathsToPrune, CompareNamesByteByByte) {
     EXPECT_THAT(pruned({"HCD 2026-11-16\xff", "HCD 2026-11-16 9", "HCD 2026-11-16 10", "HCD 2026-11-16Z",
                         "HCD 2026-11-16a"}),
-                ElementsAre("/l/HCD 2026-11-16 10", "/l/HCD 2026-11-16 9"));
+                ElementsAre("HCD 2026-11-16 10", "HCD 2026-11-16 9"));
 }
 
 TEST(PathsToPrune, KeepTheLogWhateverTheNumber) {
     EXPECT_THAT(pruned({"HCD.log", "HCD 2026-11-16 10-00-00.log", "HCD 2026-11-16 11-00-00.log"}, 1,
                        {"HCD 2026-11-16"}),
-                ElementsAre("/l/HCD 2026-11-16 10-00-00.log"));
+                ElementsAre("HCD 2026-11-16 10-00-00.log"));
 }
 
 TEST(PathsToPrune, AreNoneWithoutPrefixes) {
     EXPECT_THAT(pruned({"HCDold.txt", "HCD 2001-01-01 00-00-00.log", "HCD.log"}, 0, {}), IsEmpty());
     EXPECT_THAT(pruned({"HCDold.txt", "HCD 2001-01-01 00-00-00.log", "HCD.log"}, -1, {}), IsEmpty());
-}
-
-TEST(PathsToPrune, StandBelowTheFolderAsItIsWritten) {
-    EXPECT_THAT(pathsToPrune({"", "x", "x.log"}, {"x 2026-11-16"}, {"xy"}, 1), ElementsAre("/xy"));
-    EXPECT_THAT(pathsToPrune({"/l/", "x", "x.log"}, {"x 2026-11-16"}, {"xy"}, 1), ElementsAre("/l//xy"));
 }
 
 } // namespace

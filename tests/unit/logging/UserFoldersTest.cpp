@@ -4,8 +4,11 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <unistd.h>
+
 #include "support/InChild.h"
 #include "support/LogHome.h"
+#include "support/OtherUsers.h"
 #include <elmu/logging/UserFolders.h>
 
 namespace {
@@ -167,6 +170,29 @@ TEST(GetTempPath, DoesNotLookAtWhatIsAlreadyCalledLogs) {
     const LogHome home;
     writeFile(home / "Library/Logs", "");
     EXPECT_EQ(tempPath(), home / "Library/Logs");
+}
+
+TEST(GetTempPath, MakesNothingBehindASymlinkThatAnotherUserPutThere) {
+    if (::geteuid() != 0) {
+        GTEST_SKIP() << "needs root: it makes symlinks of other users";
+    }
+    const LogHome home;
+    support::makeFolder(0, home / "precious", 0755);
+    support::makeLink(support::anna, "precious", home / "Library");
+    EXPECT_EQ(tempPath(), home / "Library/Logs") << "the log does not go elsewhere instead";
+    EXPECT_TRUE(fs::is_empty(home / "precious"));
+}
+
+TEST(GetTempPath, LeadsThroughAUsersSymlinkToHisOwnFolder) {
+    if (::geteuid() != 0) {
+        GTEST_SKIP() << "needs root: it makes symlinks of other users";
+    }
+    const LogHome home;
+    ASSERT_EQ(::chmod(home.path().c_str(), 0755), 0) << "she can go there herself";
+    support::makeFolder(support::anna, home / "own", 0755);
+    support::makeLink(support::anna, "own", home / "Library");
+    EXPECT_EQ(tempPath(), home / "Library/Logs");
+    EXPECT_EQ(modeOf(home / "own/Logs"), 0700U);
 }
 
 TEST(GetTempPath, FailsWhenTheHomeFolderIsMissing) {

@@ -15,8 +15,6 @@
 #include "support/TempFolder.h"
 
 using namespace platform;
-using support::modeOf;
-using support::ScopedUmask;
 using support::TempFolder;
 using support::writeFile;
 using testing::IsEmpty;
@@ -351,83 +349,6 @@ TEST(RemoveEntry, FailsForNothing) {
     EXPECT_TRUE(removeEntry(""));
 }
 
-TEST(CreateFile, GivesTheModeExactly) {
-    const TempFolder folder;
-    const ScopedUmask umask(077);
-    std::error_code modeError;
-    EXPECT_TRUE(createFile((folder / "file").c_str(), 0666, modeError));
-    EXPECT_FALSE(modeError);
-    EXPECT_EQ(modeOf(folder / "file"), 0666u);
-    EXPECT_EQ(support::readFile(folder / "file"), "");
-}
-
-TEST(CreateFile, LeavesWhatIsThere) {
-    const TempFolder folder;
-    support::writeFile(folder / "file", "content");
-    fs::permissions(folder / "file", fs::perms(0640));
-    fs::create_symlink("nowhere", folder / "link");
-    fs::create_directory(folder / "folder");
-    std::error_code modeError;
-    for (const std::string name : {"file", "link", "folder"}) {
-        EXPECT_FALSE(createFile((folder / name).c_str(), 0666, modeError)) << name;
-        EXPECT_FALSE(modeError) << name;
-    }
-    EXPECT_EQ(support::readFile(folder / "file"), "content");
-    EXPECT_EQ(modeOf(folder / "file"), 0640u);
-    EXPECT_FALSE(fs::exists(folder / "nowhere"));
-}
-
-TEST(CreateFile, FailsWhereNothingCanBeMade) {
-    const TempFolder folder;
-    std::error_code modeError;
-    EXPECT_FALSE(createFile("", 0666, modeError));
-    EXPECT_FALSE(createFile((folder / "missing/file").c_str(), 0666, modeError));
-}
-
-TEST(FileTail, IsTheLastBytesOrAllOfAShorterFile) {
-    const TempFolder folder;
-    writeFile(folder / "file", std::string("one\0two", 7));
-    const std::string file = folder / "file";
-
-    EXPECT_EQ(fileTail(file.c_str(), 3)->text, "two");
-    EXPECT_EQ(fileTail(file.c_str(), 4)->text, std::string("\0two", 4));
-    EXPECT_EQ(fileTail(file.c_str(), 7)->text.size(), 7u);
-    EXPECT_EQ(fileTail(file.c_str(), 100)->text.size(), 7u);
-    EXPECT_EQ(fileTail(file.c_str(), 0)->text, "");
-    EXPECT_EQ(fileTail(file.c_str(), 3)->fileSize, 7);
-}
-
-TEST(FileTail, IsTheLastBytesOfAFileOfMoreThanFourGigabytes) {
-    const TempFolder folder;
-    const std::string file = folder / "file";
-    writeFile(file, "");
-    fs::resize_file(file, 5368709120);
-    std::ofstream(file, std::ios::app) << "end";
-    EXPECT_EQ(fileTail(file.c_str(), 3)->text, "end");
-    EXPECT_EQ(fileTail(file.c_str(), 3)->fileSize, 5368709123);
-}
-
-TEST(FileTail, IsNothingForWhatIsNoRegularFile) {
-    const TempFolder folder;
-    makeFifo(folder / "pipe");
-    for (const std::string& path : {folder / "pipe", folder / "missing", folder.path(), std::string()}) {
-        EXPECT_FALSE(fileTail(path.c_str(), 3)) << path;
-    }
-}
-
-TEST(TruncateFile, KeepsTheFirstBytes) {
-    const TempFolder folder;
-    writeFile(folder / "file", "one two");
-    EXPECT_FALSE(truncateFile((folder / "file").c_str(), 3));
-    EXPECT_EQ(support::readFile(folder / "file"), "one");
-}
-
-TEST(TruncateFile, MakesNoFile) {
-    const TempFolder folder;
-    EXPECT_EQ(truncateFile((folder / "missing").c_str(), 3), std::errc::no_such_file_or_directory);
-    EXPECT_FALSE(entryExists((folder / "missing").c_str()));
-}
-
 TEST(CopyContent, CopiesEveryByte) {
     const TempFolder folder;
     std::string content(100000, 'x');
@@ -455,96 +376,6 @@ TEST(CopyContent, TellsWhyWritingFailed) {
     EXPECT_EQ(copyContent((folder / "from").c_str(), "/dev/full"), std::errc::no_space_on_device);
 #endif
     EXPECT_EQ(copyContent((folder / "from").c_str(), folder.path().c_str()), std::errc::is_a_directory);
-}
-
-TEST(GiveFolder, SetsOwnerGroupAndMode) {
-    if (::geteuid() != 0) {
-        GTEST_SKIP() << "needs root: it gives a folder to another user";
-    }
-    const TempFolder folder;
-    const ScopedUmask umask(077);
-    fs::create_directories(folder / "outer/inner");
-
-    EXPECT_FALSE(giveFolder((folder / "outer").c_str(), ".", 501, 20, 0777));
-    EXPECT_FALSE(giveFolder((folder / "outer").c_str(), "inner", 502, 21, 0770));
-
-    EXPECT_EQ(entryInfo((folder / "outer").c_str())->owner, 501u);
-    EXPECT_EQ(entryInfo((folder / "outer").c_str())->group, 20u);
-    EXPECT_EQ(modeOf(folder / "outer"), 0777u);
-    EXPECT_EQ(entryInfo((folder / "outer/inner").c_str())->owner, 502u);
-    EXPECT_EQ(modeOf(folder / "outer/inner"), 0770u);
-}
-
-TEST(GiveFolder, DoesNotFollowALink) {
-    const TempFolder folder;
-    fs::create_directories(folder / "precious/inner");
-    fs::permissions(folder / "precious", fs::perms::owner_all);
-    fs::permissions(folder / "precious/inner", fs::perms::owner_all);
-    fs::create_directory_symlink("precious", folder / "outer");
-    fs::create_directory(folder / "real");
-    fs::create_directory_symlink("../precious", folder / "real/inner");
-
-    EXPECT_TRUE(giveFolder((folder / "outer").c_str(), ".", ::getuid(), ::getgid(), 0777));
-    EXPECT_TRUE(giveFolder((folder / "outer").c_str(), "inner", ::getuid(), ::getgid(), 0777));
-    EXPECT_TRUE(giveFolder((folder / "real").c_str(), "inner", ::getuid(), ::getgid(), 0777));
-
-    EXPECT_EQ(modeOf(folder / "precious"), 0700u);
-    EXPECT_EQ(modeOf(folder / "precious/inner"), 0700u);
-}
-
-TEST(GiveFolder, FailsForWhatIsNoFolder) {
-    const TempFolder folder;
-    writeFile(folder / "file", "");
-    EXPECT_TRUE(giveFolder(folder.path().c_str(), "file", ::getuid(), ::getgid(), 0777));
-    EXPECT_TRUE(giveFolder(folder.path().c_str(), "missing", ::getuid(), ::getgid(), 0777));
-    EXPECT_TRUE(giveFolder((folder / "missing").c_str(), ".", ::getuid(), ::getgid(), 0777));
-    EXPECT_TRUE(giveFolder("", ".", ::getuid(), ::getgid(), 0777));
-}
-
-TEST(GiveFolder, SetsTheModeAlsoWhenTheOwnerIsRefused) {
-    const TempFolder folder;
-    fs::permissions(folder.path(), fs::perms::all);
-    EXPECT_EQ(child::resultOf([&] {
-                  child::becomeOrdinaryUser();
-                  fs::create_directory(folder / "own");
-                  return giveFolder(folder.path().c_str(), "own", ::getuid() + 1, ::getgid(), 0750)
-                             ? "refused"
-                             : "given";
-              }),
-              "refused");
-    EXPECT_EQ(modeOf(folder / "own"), 0750u);
-}
-
-TEST(SafeToAppendTo, AreFilesOwnLinksAndPlacesWithNothing) {
-    const TempFolder folder;
-    writeFile(folder / "file", "");
-    fs::create_symlink("file", folder / "link");
-    fs::create_symlink("missing", folder / "dangling");
-    for (const char* name : {"file", "link", "dangling", "missing"}) {
-        EXPECT_TRUE(isSafeToAppendTo((folder / name).c_str())) << name;
-    }
-    EXPECT_TRUE(isSafeToAppendTo("/dev/null"));
-}
-
-TEST(SafeToAppendTo, IsNoPipe) {
-    const TempFolder folder;
-    makeFifo(folder / "pipe");
-    fs::create_symlink("pipe", folder / "link");
-    EXPECT_FALSE(isSafeToAppendTo((folder / "pipe").c_str()));
-    EXPECT_FALSE(isSafeToAppendTo((folder / "link").c_str()));
-}
-
-TEST(SafeToAppendTo, IsNoLinkOfAnotherUser) {
-    if (::geteuid() != 0) {
-        GTEST_SKIP() << "needs root: it gives a link to another user";
-    }
-    const TempFolder folder;
-    writeFile(folder / "file", "");
-    for (const char* name : {"link", "dangling"}) {
-        fs::create_symlink(name == std::string("link") ? "file" : "missing", folder / name);
-        ASSERT_EQ(::lchown((folder / name).c_str(), 501, 20), 0);
-        EXPECT_FALSE(isSafeToAppendTo((folder / name).c_str())) << name;
-    }
 }
 
 TEST(Files, LeaveNoDescriptorOpen) {

@@ -1,0 +1,144 @@
+#include "platform/LogCopy.h"
+
+#include <sys/file.h>
+
+#include "ContentCopy.h"
+#include "FileStatus.h"
+#include "RandomDigits.h"
+#include "SafePath.h"
+#include "platform/LogFile.h"
+
+namespace platform {
+
+namespace {
+
+/// A log that grows while it is copied is written to by somebody who does not take the lock.
+constexpr int kMostRounds = 10;
+
+/// Gives another hidden name to what is in the way.
+bool moveAside(const OpenFolder& folder, const std::string& name) {
+    const std::string digits = randomDigits();
+    return !digits.empty() && !folder.rename(name, name + "-" + digits);
+}
+
+/// Whether a file may be a copy in the making: nobody else's file has a second name here.
+bool isLikeACopy(const FileStatus& status) { return isRegular(status) && status->st_nlink == 1; }
+
+/// A file system without such locks does not stop rotation.
+bool lock(const FileDescriptor& file) {
+    return ::flock(file.get(), LOCK_EX | LOCK_NB) == 0 || errno != EWOULDBLOCK;
+}
+
+constexpr mode_t kPrivate = 0600;
+
+FileDescriptor makeNew(const OpenFolder& folder, const std::string& name, mode_t mode) {
+    return {folder.descriptor(), name.c_str(), O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW, mode};
+}
+
+/// The mode of a new file that everybody may use, as far as the umask and the folder let him. Only a file
+/// tells.
+mode_t modeOfNewFile(const OpenFolder& folder, const std::string& name) {
+    const FileDescriptor file = makeNew(folder, name, 0666);
+    const auto status = file.isOpen() ? statusOf(file) : std::nullopt;
+    if (status) {
+        folder.remove(name);
+    }
+    return status ? status->st_mode & 0777 : kPrivate;
+}
+
+} // namespace
+
+LogCopy::LogCopy(const OpenFolder& folder, std::string name, FileDescriptor opened, mode_t mode)
+    : place(&folder), copyName(std::move(name)), file(std::make_unique<FileDescriptor>(std::move(opened))),
+      finalMode(mode) {}
+
+LogCopy::~LogCopy() = default;
+
+LogCopy::LogCopy(LogCopy&&) noexcept = default;
+
+bool LogCopy::makeWay(const OpenFolder& folder, const std::string& name) {
+    const auto old = statusIn(folder.descriptor(), name.c_str());
+    if (!old) {
+        return true;
+    }
+    const bool mayBeACopy = isLikeACopy(old) && isTrusted(old->st_uid);
+    return !mayBeACopy && moveAside(folder, name);
+}
+
+std::optional<LogCopy> LogCopy::make(const OpenFolder& folder, const std::string& name) {
+    if (!makeWay(folder, name)) {
+        return std::nullopt;
+    }
+    const mode_t mode = modeOfNewFile(folder, name);
+    FileDescriptor file = makeNew(folder, name, kPrivate);
+    if (!file.isOpen() || !lock(file)) {
+        return std::nullopt;
+    }
+    return LogCopy(folder, name, std::move(file), mode);
+}
+
+std::optional<LogCopy> LogCopy::find(const OpenFolder& folder, const std::string& name) {
+    FileDescriptor file(folder.descriptor(), name.c_str(), O_RDONLY | O_NOFOLLOW | kNeverBlocking);
+    const auto entry = statusIn(folder.descriptor(), name.c_str());
+    const bool isCopy = file.isOpen() && isLikeACopy(entry) && isSameFile(statusOf(file), entry);
+    if (!isCopy || !lock(file)) {
+        return std::nullopt;
+    }
+    return LogCopy(folder, name, std::move(file), entry->st_mode & 0777);
+}
+
+std::error_code LogCopy::fill(const LogFile& log) const {
+    off_t copied = 0;
+    for (int round = 0; round < kMostRounds; ++round) {
+        const auto size = log.size();
+        if (!size) {
+            return lastError();
+        }
+        if (round > 0 && *size == copied) {
+            return hasItsName() ? openToReaders(log)
+                                : std::make_error_code(std::errc::no_such_file_or_directory);
+        }
+        if (const auto error = copyContentBetween(*log.file, *file, copied, static_cast<off_t>(*size))) {
+            return error;
+        }
+        if (uninterrupted([this] { return ::fsync(file->get()); }) == -1) {
+            return lastError();
+        }
+        copied = static_cast<off_t>(*size);
+    }
+    return std::make_error_code(std::errc::resource_unavailable_try_again);
+}
+
+/// The copy was private so far: whoever may not read the log could have opened it before the mode was
+/// changed.
+std::error_code LogCopy::openToReaders(const LogFile& log) const {
+    const auto status = statusOf(*log.file);
+    const bool isForAll = status && (status->st_mode & S_IROTH) != 0;
+    return isForAll ? errorOf(::fchmod(file->get(), finalMode & status->st_mode)) : std::error_code();
+}
+
+bool LogCopy::isContainedIn(const LogFile& log) const { return beginsWith(*log.file, *file); }
+
+std::error_code LogCopy::rename(const std::string& newName) {
+    if (!hasItsName()) {
+        return std::make_error_code(std::errc::no_such_file_or_directory);
+    }
+    if (const auto error = place->rename(copyName, newName)) {
+        return error;
+    }
+    copyName = newName;
+    place->sync(); // not every folder can be synced; the name is given all the same
+    return {};
+}
+
+void LogCopy::discard() const {
+    if (hasItsName()) {
+        place->remove(copyName);
+    }
+}
+
+bool LogCopy::hasItsName() const {
+    return isSameFile(statusOf(*file), statusIn(place->descriptor(), copyName.c_str()));
+}
+
+} // namespace platform

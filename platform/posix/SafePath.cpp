@@ -1,0 +1,224 @@
+#include "SafePath.h"
+
+#include <algorithm>
+#include <array>
+#include <optional>
+#include <string>
+#include <utility>
+
+#include "FileStatus.h"
+
+namespace platform {
+
+namespace {
+
+constexpr int kMostLinks = 40;
+constexpr std::size_t kLongestTarget = 4096;
+
+FileDescriptor refused() {
+    errno = ELOOP;
+    return {};
+}
+
+bool belongsTo(const FileDescriptor& file, uid_t owner) {
+    const auto status = statusOf(file);
+    return status && status->st_uid == owner;
+}
+
+/// Whether `entry` must not even be opened for `owner`: opening can rewind a tape or start a watchdog.
+/// What a symlink leads to is looked at when it is followed.
+bool isOfAnother(uid_t owner, const FileStatus& entry) {
+    return entry && !S_ISLNK(entry->st_mode) && entry->st_uid != owner;
+}
+
+struct Link {
+    struct stat status = {};
+    std::string target;
+};
+
+/// The kernel's own symlinks, as for open files, lead somewhere without their text, which only describes.
+bool isOfTheKernel(const Link& link) { return link.status.st_size != static_cast<off_t>(link.target.size()); }
+
+bool canSearch(uid_t user, const FileStatus& folder) {
+    return folder && (folder->st_mode & (folder->st_uid == user ? S_IXUSR : S_IXOTH)) != 0;
+}
+
+bool isWrittenByTrustedOnly(const FileStatus& folder) {
+    return folder && isTrusted(folder->st_uid) && (folder->st_mode & (S_IWGRP | S_IWOTH)) == 0;
+}
+
+/// Whether nobody else could have put `entry` into `folder`: of a sticky folder others can take only what is
+/// theirs.
+bool isOfTrustedOnly(const FileStatus& folder, const FileStatus& entry) {
+    const bool isProtected = folder && isTrusted(folder->st_uid) && (folder->st_mode & S_ISVTX) != 0;
+    return isWrittenByTrustedOnly(folder) || (isProtected && entry && isTrusted(entry->st_uid));
+}
+
+/// How the last entry of a path is opened.
+struct Opening {
+    int flags = kPassThrough;
+    mode_t mode = 0;
+    std::optional<uid_t> owner; ///< who must own it, if it is behind a user's symlink
+};
+
+/// Nothing if `name` is no symlink, or another one afterwards than before.
+std::optional<Link> linkIn(const FileDescriptor& folder, const char* name) {
+    std::array<char, kLongestTarget> text;
+    const auto before = statusIn(folder, name);
+    if (!before || !S_ISLNK(before->st_mode)) {
+        return std::nullopt;
+    }
+    const auto length = ::readlinkat(folder.get(), name, text.data(), text.size());
+    const auto after = statusIn(folder, name);
+    if (!isSameFile(before, after) || length <= 0 || static_cast<std::size_t>(length) == text.size()) {
+        return std::nullopt;
+    }
+    return Link{*before, std::string(text.data(), static_cast<std::size_t>(length))};
+}
+
+/// Opens a path component by component.
+class Walk {
+  public:
+    explicit Walk(bool startsTrusted, std::optional<mode_t> modeOfMissing = std::nullopt)
+        : trusted(startsTrusted), folderMode(modeOfMissing) {}
+
+    FileDescriptor open(const FileDescriptor& start, std::string_view path, Opening last) {
+        if (path.ends_with('/')) {
+            last.flags = (last.flags & ~O_CREAT) | O_DIRECTORY;
+        }
+        FileDescriptor folder(start, path.starts_with('/') ? "/" : ".", kPassThrough);
+        std::string name = nextComponent(path);
+        while (folder.isOpen()) {
+            const std::string after = nextComponent(path);
+            if (after.empty()) {
+                return openEntry(folder, name.empty() ? "." : name, last);
+            }
+            folder = openEntry(folder, name, Opening());
+            name = after;
+        }
+        return folder;
+    }
+
+    /// Whether nobody else could have put what was opened last in its place.
+    bool isTrustedWay() const { return trusted; }
+
+  private:
+    /// Takes the first component off `path`; empty at its end.
+    static std::string nextComponent(std::string_view& path) {
+        path.remove_prefix(std::min(path.find_first_not_of('/'), path.size()));
+        const std::string_view component = path.substr(0, path.find('/'));
+        path.remove_prefix(component.size());
+        return std::string(component);
+    }
+
+    FileDescriptor openEntry(const FileDescriptor& folder, const std::string& name, const Opening& how) {
+        const auto folderStatus = statusOf(folder);
+        if (linkOwner && !canSearch(*linkOwner, folderStatus)) {
+            return refused();
+        }
+        if (how.owner && isOfAnother(*how.owner, statusIn(folder, name.c_str()))) {
+            return refused();
+        }
+        FileDescriptor entry = openOrMake(folder, name.c_str(), how);
+        if (entry.isOpen()) {
+            trusted = trusted && isOfTrustedOnly(folderStatus, statusOf(entry));
+            return entry;
+        }
+        // Systems differ in which of the two they say of a symlink.
+        if (errno != ELOOP && errno != ENOTDIR) {
+            return entry;
+        }
+        const int cause = errno;
+        const auto link = linkIn(folder, name.c_str());
+        errno = cause;
+        return link ? follow(folder, folderStatus, name, *link, how) : FileDescriptor();
+    }
+
+    FileDescriptor openOrMake(const FileDescriptor& folder, const char* name, const Opening& how) const {
+        FileDescriptor entry(folder, name, how.flags | O_NOFOLLOW, how.mode);
+        const bool isMade = !entry.isOpen() && errno == ENOENT && folderMode &&
+                            (how.flags & O_DIRECTORY) != 0 &&
+                            (::mkdirat(folder.get(), name, *folderMode) == 0 || errno == EEXIST);
+        return isMade ? FileDescriptor(folder, name, how.flags | O_NOFOLLOW) : std::move(entry);
+    }
+
+    FileDescriptor follow(const FileDescriptor& folder, const FileStatus& folderStatus,
+                          const std::string& name, const Link& link, const Opening& how) {
+        const uid_t owner = link.status.st_uid;
+        if (++linksFollowed > kMostLinks) {
+            return refused();
+        }
+        if (trusted && isTrusted(owner) && isWrittenByTrustedOnly(folderStatus)) {
+            return isOfTheKernel(link) ? FileDescriptor(folder, name.c_str(), how.flags & ~O_CREAT, how.mode)
+                                       : open(folder, link.target, how);
+        }
+        trusted = false;
+        if (owner == 0) {
+            return refused();
+        }
+        return owner == ::geteuid() ? open(folder, link.target, how)
+                                    : followOf(owner, folder, link.target, how);
+    }
+
+    /// Follows another user's symlink.
+    FileDescriptor followOf(uid_t owner, const FileDescriptor& folder, const std::string& target,
+                            Opening how) {
+        how.flags &= ~(O_CREAT | O_TRUNC);
+        how.owner = owner;
+        const auto making = std::exchange(folderMode, std::nullopt);
+        const auto earlierOwner = std::exchange(linkOwner, owner);
+        FileDescriptor opened = open(folder, target, how);
+        folderMode = making;
+        linkOwner = earlierOwner;
+        return !opened.isOpen() || belongsTo(opened, owner) ? std::move(opened) : refused();
+    }
+
+    bool trusted;
+    std::optional<mode_t> folderMode; ///< of missing folders, if they are made
+    std::optional<uid_t> linkOwner;   ///< whose symlink led here, if another user's did
+    int linksFollowed = 0;
+};
+
+/// Its user chose it, so it is trusted where its own owner and mode allow.
+SafeFolder workingFolder() { return {FileDescriptor(".", kPassThrough), true}; }
+
+} // namespace
+
+FileDescriptor openSafely(std::string_view path, int flags, mode_t mode) {
+    return openSafely(workingFolder(), path, flags, mode);
+}
+
+FileDescriptor openSafely(const SafeFolder& folder, std::string_view path, int flags, mode_t mode) {
+    if (path.empty()) {
+        errno = ENOENT;
+        return {};
+    }
+    return Walk(folder.isTrusted).open(folder.descriptor, path, {flags, mode, std::nullopt});
+}
+
+SafeFolder openFolderSafely(std::string_view path) {
+    if (path.empty()) {
+        errno = ENOENT;
+        return {};
+    }
+    Walk walk(true);
+    FileDescriptor folder = walk.open(workingFolder().descriptor, path, Opening());
+    return {std::move(folder), walk.isTrustedWay()};
+}
+
+FileDescriptor makeFoldersSafely(std::string_view path, mode_t mode) {
+    return Walk(true, mode).open(workingFolder().descriptor, path, Opening());
+}
+
+bool isTrusted(uid_t user) { return user == 0 || user == ::geteuid(); }
+
+bool isSealed(const SafeFolder& folder) {
+    return folder.isTrusted && isWrittenByTrustedOnly(statusOf(folder.descriptor));
+}
+
+SplitPath splitPath(std::string_view path) {
+    const auto nameStart = path.rfind('/') + 1;
+    return {path.substr(0, nameStart), path.substr(nameStart)};
+}
+
+} // namespace platform
