@@ -8,7 +8,7 @@ set -euo pipefail
 . tools/common.sh
 
 known_presets=(release debug asan clang foundation)
-known_kinds=(unit platform process e2e headers packaging assumptions differential)
+known_kinds=(unit platform process e2e attacker headers packaging assumptions differential)
 foundation_kinds=(assumptions differential) # kinds that other presets do not have
 presets=()
 kinds=()
@@ -87,9 +87,13 @@ drop_presets() {
 
 install_packages() {
     local purposes=(build test)
-    if [ ${#kinds[@]} -eq 0 ] || one_of e2e "${kinds[@]}" || one_of packaging "${kinds[@]}"; then
-        purposes+=(run)
-    fi
+    local kind
+    for kind in e2e attacker packaging; do # which use the throw-away machine
+        if [ ${#kinds[@]} -eq 0 ] || one_of "$kind" "${kinds[@]}"; then
+            purposes+=(run)
+            break
+        fi
+    done
     ! one_of foundation "${presets[@]}" || purposes+=(foundation)
     ! one_of clang "${presets[@]}" || purposes+=(clang)
     tools/setup.sh "${purposes[@]}"

@@ -57,8 +57,8 @@ class DevCommand : public testing::Test {
         support::writeFile(project + "/tests/unit/logging/PearTest.cpp",
                            "TEST_F(Pear,\n       IsSweet) {}\n");
         support::writeFile(project + "/tests/process/NutTest.cpp", "TEST_P(Nut, IsHard) {}\n");
-        for (const std::string folder :
-             {"unit/hook", "unit/platform", "e2e", "headers", "packaging", "assumptions", "differential"}) {
+        for (const std::string folder : {"unit/hook", "unit/platform", "e2e", "attacker", "headers",
+                                         "packaging", "assumptions", "differential"}) {
             fs::create_directories(project + "/tests/" + folder);
         }
         support::writeFile(project + "/tests/headers/CMakeLists.txt", "hcd_allowed(hook a/B.h)\n");
@@ -75,7 +75,7 @@ class DevCommandOfAUser : public DevCommand {
   protected:
     void SetUp() override {
         if (::geteuid() != 0) {
-            GTEST_SKIP() << "only root can be another user";
+            GTEST_SKIP() << "needs root: it acts as another user";
         }
         DevCommand::SetUp();
         EXPECT_EQ(::chown(project.c_str(), user, user), 0);
