@@ -95,7 +95,7 @@ class DevCommandOnADisk : public DevCommand {
         DevCommand::SetUp();
         const Outcome trial = inMachine("--dev-bind / /", "true");
         if (trial.status != 0) {
-            GTEST_SKIP() << trial.errors;
+            GTEST_SKIP() << "needs bubblewrap: " << trial.errors.substr(0, trial.errors.find('\n'));
         }
     }
     Outcome inMachine(const std::string& options, const std::string& command) const {

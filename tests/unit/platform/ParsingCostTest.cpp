@@ -187,7 +187,7 @@ class ParsingCost : public testing::Test {
   protected:
     void SetUp() override {
         if (parsingOf("<a/>") == "no limit") {
-            GTEST_SKIP() << "needs a limit of the memory in use";
+            GTEST_SKIP() << "needs /proc/self/statm: it limits the memory in use";
         }
     }
 };
