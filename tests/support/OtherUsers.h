@@ -1,8 +1,5 @@
 #pragma once
 
-#include <cerrno>
-#include <filesystem>
-#include <iterator>
 #include <string>
 
 #include <gtest/gtest.h>
@@ -47,12 +44,6 @@ inline void makeFolder(uid_t user, const std::string& path, mode_t mode) {
     ASSERT_EQ(::mkdir(path.c_str(), 0700), 0) << path;
     ASSERT_EQ(::chmod(path.c_str(), mode), 0) << path;
     give(path, user);
-}
-
-/// How many descriptors this process has open.
-inline std::ptrdiff_t openDescriptors() {
-    return std::distance(std::filesystem::directory_iterator("/dev/fd"),
-                         std::filesystem::directory_iterator());
 }
 
 } // namespace support

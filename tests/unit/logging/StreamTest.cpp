@@ -1,5 +1,7 @@
 #include <filesystem>
 #include <fstream>
+#include <ios>
+#include <sstream>
 #include <string>
 #include <utility>
 #include <vector>
@@ -8,9 +10,9 @@
 #include <gtest/gtest.h>
 
 #include <fcntl.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
+#include "support/Descriptors.h"
 #include "support/FileTargetTest.h"
 #include "support/Scopes.h"
 #include "support/WriteCalls.h"
@@ -33,6 +35,11 @@ using testing::StartsWith;
 class Stream : public support::FileTargetTest<> {
   protected:
     Stream() { writeFile(other, ""); }
+
+    void openStreamAgain(const std::string& file, std::ios::openmode mode = std::ios::out | std::ios::app) {
+        target.stream.close();
+        target.stream.open(file, mode);
+    }
 
     void expectRecordsInTheLog() {
         const std::string before = content();
@@ -174,8 +181,7 @@ TEST_F(Stream, LosesRecordsWhileItIsClosed) {
 TEST_F(Stream, LeadsRecordsToTheFileThatItsOwnerOpens) {
     enroll();
     write("first");
-    target.stream.close();
-    target.stream.open(other, std::ios::out | std::ios::app);
+    openStreamAgain(other);
     expectRecordsOnlyInTheOther();
     ASSERT_TRUE(enroll());
     expectRecordsInTheLog();
@@ -186,16 +192,14 @@ TEST_F(Stream, LeadsRecordsToAFileThatWasOpenedInAnyMode) {
                             std::ios::in | std::ios::out | std::ios::app}) {
         enroll();
         writeFile(other, "");
-        target.stream.close();
-        target.stream.open(other, mode);
+        openStreamAgain(other, mode);
         expectRecordsOnlyInTheOther();
     }
 }
 
 TEST_F(Stream, LeadsRecordsToAFileOpenedAfterAFailure) {
     enroll();
-    target.stream.close();
-    target.stream.open(home / "missing/other.log");
+    openStreamAgain(home / "missing/other.log");
     expectRecordsNowhere();
     target.stream.clear();
     target.stream.open(other, std::ios::out | std::ios::app);
@@ -205,8 +209,7 @@ TEST_F(Stream, LeadsRecordsToAFileOpenedAfterAFailure) {
 TEST_F(Stream, LeadsRecordsToTheLogThatItsOwnerOpensAgain) {
     enroll();
     write("first");
-    target.stream.close();
-    target.stream.open(path, std::ios::out | std::ios::app);
+    openStreamAgain(path);
     expectRecordsInTheLog();
     expectRecordsInTheLog();
 }
@@ -215,8 +218,7 @@ TEST_F(Stream, LeadsRecordsToAnotherFileThatTookTheLogsName) {
     enroll();
     fs::rename(path, home / "moved.log");
     writeFile(path, "");
-    target.stream.close();
-    target.stream.open(path, std::ios::out | std::ios::app);
+    openStreamAgain(path);
     expectRecordsInTheLog();
     EXPECT_EQ(readFile(home / "moved.log"), "");
 }
@@ -364,11 +366,8 @@ TEST_F(Stream, MovesToTheFileThatIsSetWhileItIsRegistered) {
 }
 
 TEST_F(Stream, LeavesNoDescriptorOpen) {
-    const auto count = [] {
-        return std::distance(fs::directory_iterator("/dev/fd"), fs::directory_iterator());
-    };
     std::fstream(path).close();
-    const auto before = count();
+    const auto before = support::openDescriptors();
     for (int i = 0; i < 3; ++i) {
         elmu::LogTargetDefault brief("brief");
         brief.logFilePath = path;
@@ -378,7 +377,7 @@ TEST_F(Stream, LeavesNoDescriptorOpen) {
         ASSERT_TRUE(elmu::LoggingCore::getInstance()->registerTarget(&brief));
         EXPECT_TRUE(elmu::LoggingCore::getInstance()->unregisterTarget(&brief));
     }
-    EXPECT_EQ(count(), before);
+    EXPECT_EQ(support::openDescriptors(), before);
 }
 
 /// Has its records in a file of its own.

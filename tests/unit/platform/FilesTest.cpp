@@ -1,17 +1,15 @@
 #include "platform/Files.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <filesystem>
-#include <fstream>
 
-#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
 #include "Child.h"
+#include "support/Descriptors.h"
 #include "support/TempFolder.h"
 
 using namespace platform;
@@ -43,10 +41,6 @@ class ClosedFolder {
   private:
     TempFolder folder;
 };
-
-std::ptrdiff_t openDescriptors() {
-    return std::distance(fs::directory_iterator("/dev/fd"), fs::directory_iterator());
-}
 
 } // namespace
 
@@ -381,7 +375,7 @@ TEST(CopyContent, TellsWhyWritingFailed) {
 TEST(Files, LeaveNoDescriptorOpen) {
     const TempFolder folder;
     const std::string file = folder / "file";
-    const auto before = openDescriptors();
+    const auto before = support::openDescriptors();
 
     const FolderAttributes attributes = {std::nullopt, std::nullopt, 0755};
     EXPECT_FALSE(createFolders((folder / "a/b").c_str(), &attributes));
@@ -393,5 +387,5 @@ TEST(Files, LeaveNoDescriptorOpen) {
     EXPECT_FALSE(folderEntries(file.c_str()));
     EXPECT_FALSE(removeTree((folder / "a").c_str()));
 
-    EXPECT_EQ(openDescriptors(), before);
+    EXPECT_EQ(support::openDescriptors(), before);
 }

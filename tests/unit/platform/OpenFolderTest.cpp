@@ -12,6 +12,7 @@
 
 #include "../../../platform/posix/FileDescriptor.h"
 #include "Child.h"
+#include "support/Descriptors.h"
 #include "support/OtherUsers.h"
 #include "support/Scopes.h"
 #include "support/TempFolder.h"
@@ -199,12 +200,7 @@ class FolderHeldOpen : public testing::Test {
         EXPECT_FALSE(folder.open(top / "folder"));
     }
 
-    bool isAt(const std::string& path) const {
-        struct stat one = {};
-        struct stat other = {};
-        return ::fstat(folder.descriptor().get(), &one) == 0 && ::stat(path.c_str(), &other) == 0 &&
-               one.st_dev == other.st_dev && one.st_ino == other.st_ino;
-    }
+    bool isAt(const std::string& path) const { return support::isOn(folder.descriptor().get(), path); }
 
     TempFolder top;
     OpenFolder folder;

@@ -3,7 +3,6 @@
 #include <cstddef>
 #include <filesystem>
 #include <string>
-#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -13,6 +12,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "support/Descriptors.h"
 #include "support/InChild.h"
 #include "support/OtherUsers.h"
 #include "support/Scopes.h"
@@ -49,10 +49,7 @@ int resultOfMaking(const std::string& path, mode_t mode = 0777) {
 }
 
 bool isSame(const FileDescriptor& opened, const std::string& path) {
-    struct stat one = {};
-    struct stat other = {};
-    return ::fstat(opened.get(), &one) == 0 && ::stat(path.c_str(), &other) == 0 &&
-           one.st_dev == other.st_dev && one.st_ino == other.st_ino;
+    return support::isOn(opened.get(), path);
 }
 
 /// Whether opening `path` safely leads to what is at `expected`.
