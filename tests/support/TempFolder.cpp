@@ -30,6 +30,14 @@ TempFolder::~TempFolder() {
     fs::remove_all(folder, ignored);
 }
 
+std::vector<std::string> TempFolder::names() const {
+    std::vector<std::string> found;
+    for (const auto& entry : fs::directory_iterator(folder)) {
+        found.push_back(entry.path().filename().string());
+    }
+    return found;
+}
+
 std::string readFile(const std::string& path) {
     std::ifstream file(path, std::ios::binary);
     EXPECT_TRUE(file.is_open()) << path;

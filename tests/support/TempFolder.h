@@ -2,6 +2,7 @@
 
 #include <filesystem>
 #include <string>
+#include <vector>
 
 #include <sys/stat.h>
 
@@ -19,6 +20,8 @@ class TempFolder {
     const std::string& path() const { return folder; }
     /// `name` below the folder.
     std::string operator/(const std::string& name) const { return folder + "/" + name; }
+    /// The names in the folder, in no order.
+    std::vector<std::string> names() const;
 
   private:
     std::string folder;

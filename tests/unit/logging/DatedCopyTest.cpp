@@ -1,6 +1,5 @@
 #include <elmu/logging/DatedCopy.h>
 
-#include <algorithm>
 #include <csignal>
 #include <cstdint>
 #include <filesystem>
@@ -44,13 +43,7 @@ class DatedCopy : public testing::Test {
   protected:
     DatedCopy() { writeFile(path, "content"); }
 
-    std::vector<std::string> names() const {
-        std::vector<std::string> found;
-        for (const auto& entry : fs::directory_iterator(folder.path())) {
-            found.push_back(entry.path().filename().string());
-        }
-        return found;
-    }
+    std::vector<std::string> names() const { return folder.names(); }
 
     /// Moves the log's content to its copy, as a process does that opens the log for it.
     std::optional<std::int64_t> move() {

@@ -53,13 +53,7 @@ class LogCopyInFolder : public testing::Test {
         EXPECT_FALSE(log.openExisting(top / "log"));
     }
 
-    std::vector<std::string> names() const {
-        std::vector<std::string> found;
-        for (const auto& entry : fs::directory_iterator(top.path())) {
-            found.push_back(entry.path().filename().string());
-        }
-        return found;
-    }
+    std::vector<std::string> names() const { return top.names(); }
 
     /// A copy of the log, filled.
     LogCopy filled() {
