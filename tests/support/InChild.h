@@ -36,6 +36,16 @@ inline void inChild(const std::function<void()>& body) {
     EXPECT_EQ(WEXITSTATUS(status), 0) << "an expectation failed in the child";
 }
 
+/// Whether `attempt` gives true in a child.
+inline bool succeedsInChild(const std::function<bool()>& attempt) {
+    const pid_t child = ::fork();
+    if (child == 0) {
+        ::_exit(attempt() ? 0 : 1);
+    }
+    int status = 1;
+    return ::waitpid(child, &status, 0) == child && status == 0;
+}
+
 /// Gives up root's rights for good, if this process has them.
 inline void becomeOrdinaryUser() {
     if (::geteuid() != 0) {
@@ -85,12 +95,7 @@ inline bool enterRootOfItsOwn(const std::string& folder) {
 
 /// Whether `enterRootOfItsOwn` works here.
 inline bool canHaveARootOfItsOwn(const std::string& folder) {
-    const pid_t child = ::fork();
-    if (child == 0) {
-        ::_exit(enterRootOfItsOwn(folder) ? 0 : 1);
-    }
-    int status = 1;
-    return ::waitpid(child, &status, 0) == child && status == 0;
+    return succeedsInChild([&folder] { return enterRootOfItsOwn(folder); });
 }
 
 } // namespace support

@@ -7,8 +7,6 @@
 
 #include <sys/sem.h>
 #include <sys/syscall.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #if __has_include(<linux/seccomp.h>)
 #include <linux/filter.h>
@@ -16,6 +14,8 @@
 #include <sys/prctl.h>
 #define HCD_TEST_CAN_REFUSE_CALLS 1
 #endif
+
+#include "support/InChild.h"
 
 /// System calls that fail with EPERM, for faults that cannot be made in another way.
 namespace support {
@@ -60,12 +60,7 @@ inline bool refuseCalls([[maybe_unused]] const std::vector<RefusedCall>& calls) 
 
 /// Whether `refuseCalls` works here.
 inline bool canRefuseCalls() {
-    const pid_t child = ::fork();
-    if (child == 0) {
-        ::_exit(refuseCalls({}) ? 0 : 1);
-    }
-    int status = 1;
-    return ::waitpid(child, &status, 0) == child && status == 0;
+    return succeedsInChild([] { return refuseCalls({}); });
 }
 
 /// Every call that changes a file's mode.
@@ -111,20 +106,10 @@ inline std::vector<RefusedCall> semaphoreOperations() {
     return calls;
 }
 
-/// Every call that gives a semaphore a value.
-inline std::vector<RefusedCall> semaphoreSettings() {
-    std::vector<RefusedCall> calls{{SYS_semctl, {{2, SETVAL}}}};
-#ifdef SYS_ipc
-    constexpr std::uint8_t semctl = 3;
-    calls.push_back({SYS_ipc, {{0, semctl}, {3, SETVAL}}});
-#endif
-    return calls;
-}
-
-/// Every call that asks for the state or a value of a semaphore set.
-inline std::vector<RefusedCall> semaphoreQuestions() {
+/// Every call that gives a semaphore set one of these commands.
+inline std::vector<RefusedCall> semaphoreCommands(const std::vector<int>& commands) {
     std::vector<RefusedCall> calls;
-    for (const int command : {IPC_STAT, GETVAL, GETPID}) {
+    for (const int command : commands) {
         calls.push_back({SYS_semctl, {{2, static_cast<std::uint8_t>(command)}}});
 #ifdef SYS_ipc
         constexpr std::uint8_t semctl = 3;
@@ -133,5 +118,11 @@ inline std::vector<RefusedCall> semaphoreQuestions() {
     }
     return calls;
 }
+
+/// Every call that gives a semaphore a value.
+inline std::vector<RefusedCall> semaphoreSettings() { return semaphoreCommands({SETVAL}); }
+
+/// Every call that asks for the state or a value of a semaphore set.
+inline std::vector<RefusedCall> semaphoreQuestions() { return semaphoreCommands({IPC_STAT, GETVAL, GETPID}); }
 
 } // namespace support
