@@ -108,12 +108,31 @@ class LockInTheMaking : public testing::Test {
     void beforeEveryCallOfAMaker(const Happening& happening) {
         beforeEveryCall("create", [this] { return process(); }, happening);
     }
+    /// The comer finds the set of another process, `earlier`.
+    void beforeEveryCallOfAComer(const Happening& happening) {
+        const auto prepare = [this] {
+            earlier = user();
+            return process();
+        };
+        beforeEveryCall("create", prepare, happening);
+    }
     void beforeEveryCallOfALeaver(const Happening& happening) {
         beforeEveryCall("finalize", [this] { return user(); }, happening);
     }
 
+    /// Removes the set before `child` goes on, which must end up with a set that works and is its alone.
+    void expectSetIsMadeAgain(Child& child, support::TracedProcess& traced) const {
+        support::removeSemaphoreSet(set().value_or(-1));
+        traced.release();
+        EXPECT_EQ(child.hear(), "true");
+        EXPECT_EQ(child.ask("set"), std::to_string(set().value_or(-1)));
+        EXPECT_EQ(lockValue(), 1);
+        EXPECT_EQ(users(), 1);
+    }
+
     support::TempFolder folder;
     std::string path = folder / "HCD.log";
+    std::unique_ptr<Child> earlier;
     int files = 0;
 };
 
@@ -151,43 +170,21 @@ TEST_F(LockInTheMaking, IsFreedWhenAProcessOfAnOlderVersionCountsItselfIn) {
 }
 
 TEST_F(LockInTheMaking, IsMadeAgainWhenItsSetIsRemoved) {
-    beforeEveryCallOfAMaker([this](Child& maker, support::TracedProcess& traced) {
-        support::removeSemaphoreSet(set().value_or(-1));
-        traced.release();
-        EXPECT_EQ(maker.hear(), "true");
-        EXPECT_EQ(maker.ask("set"), std::to_string(set().value_or(-1)));
-        EXPECT_EQ(lockValue(), 1);
-        EXPECT_EQ(users(), 1);
-    });
+    beforeEveryCallOfAMaker(
+        [this](Child& maker, support::TracedProcess& traced) { expectSetIsMadeAgain(maker, traced); });
 }
 
 TEST_F(LockInTheMaking, IsMadeAgainWhenTheSetThatAProcessJoinsIsRemoved) {
-    std::unique_ptr<Child> first;
-    const auto comer = [&] {
-        first = user();
-        return process();
-    };
-    beforeEveryCall("create", comer, [this](Child& child, support::TracedProcess& traced) {
-        support::removeSemaphoreSet(set().value_or(-1));
-        traced.release();
-        EXPECT_EQ(child.hear(), "true");
-        EXPECT_EQ(child.ask("set"), std::to_string(set().value_or(-1)));
-        EXPECT_EQ(lockValue(), 1);
-        EXPECT_EQ(users(), 1);
-    });
+    beforeEveryCallOfAComer(
+        [this](Child& comer, support::TracedProcess& traced) { expectSetIsMadeAgain(comer, traced); });
 }
 
 TEST_F(LockInTheMaking, IsMadeAgainWhenTheLastUserLeavesWhileAProcessJoins) {
-    std::unique_ptr<Child> last;
-    const auto comer = [&] {
-        last = user();
-        return process();
-    };
-    beforeEveryCall("create", comer, [&](Child& child, support::TracedProcess& traced) {
-        EXPECT_EQ(last->ask("finalize"), "true");
+    beforeEveryCallOfAComer([this](Child& comer, support::TracedProcess& traced) {
+        EXPECT_EQ(earlier->ask("finalize"), "true");
         traced.release();
-        EXPECT_EQ(child.hear(), "true");
-        EXPECT_EQ(child.ask("wait"), "true");
+        EXPECT_EQ(comer.hear(), "true");
+        EXPECT_EQ(comer.ask("wait"), "true");
     });
 }
 

@@ -1,6 +1,7 @@
 #include <csignal>
 #include <string>
 #include <thread>
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -8,7 +9,6 @@
 #include <sched.h>
 #include <sys/ipc.h>
 #include <sys/sem.h>
-#include <sys/syscall.h>
 #include <unistd.h>
 
 #include "support/InChild.h"
@@ -48,6 +48,23 @@ class Lock : public testing::Test {
         while (support::waitersFor(set, lockMember) == 0) {
             ::sched_yield();
         }
+    }
+
+    /// Takes the lock and fails to give it back, because the system refuses `calls`. The lock must be closed
+    /// then, and its member have `value`. To be called in a child.
+    void failToGiveBack(const std::vector<std::vector<support::RefusedCall>>& calls, int value) const {
+        const ScopedAlarm deadline(100);
+        BinaryLock lock;
+        ASSERT_TRUE(lock.create(path, logProject));
+        const int set = lock.semId;
+        ASSERT_TRUE(lock.wait());
+        for (const auto& some : calls) {
+            ASSERT_TRUE(support::refuseCalls(some));
+        }
+        EXPECT_FALSE(lock.release());
+        EXPECT_EQ(lock.semId, -1);
+        EXPECT_FALSE(lock.wait());
+        EXPECT_EQ(memberValue(set, lockMember), value);
     }
 
     support::TempFolder folder;
@@ -284,18 +301,7 @@ TEST_F(Lock, IsFreeForOthersWhenItCannotBeGivenBack) {
     if (!support::canRefuseCalls()) {
         GTEST_SKIP() << "needs seccomp: it makes the system refuse a call";
     }
-    support::inChild([this] {
-        const ScopedAlarm deadline(100);
-        BinaryLock lock;
-        ASSERT_TRUE(lock.create(path, logProject));
-        const int set = lock.semId;
-        ASSERT_TRUE(lock.wait());
-        ASSERT_TRUE(support::refuseCalls(support::semaphoreOperations()));
-        EXPECT_FALSE(lock.release());
-        EXPECT_EQ(lock.semId, -1);
-        EXPECT_FALSE(lock.wait());
-        EXPECT_EQ(memberValue(set, lockMember), 1);
-    });
+    support::inChild([this] { failToGiveBack({support::semaphoreOperations()}, 1); });
     const int set = semaphoreSetOf(path).value_or(-1);
     EXPECT_EQ(memberValue(set, lockMember), 1);
     EXPECT_EQ(memberValue(set, userCount), 1);
@@ -305,18 +311,8 @@ TEST_F(Lock, IsFreeAfterAProcessThatCouldNotGiveItBackInAnyWay) {
     if (!support::canRefuseCalls()) {
         GTEST_SKIP() << "needs seccomp: it makes the system refuse a call";
     }
-    support::inChild([this] {
-        const ScopedAlarm deadline(100);
-        BinaryLock lock;
-        ASSERT_TRUE(lock.create(path, logProject));
-        const int set = lock.semId;
-        ASSERT_TRUE(lock.wait());
-        ASSERT_TRUE(support::refuseCalls(support::semaphoreOperations()));
-        ASSERT_TRUE(support::refuseCalls(support::semaphoreSettings()));
-        EXPECT_FALSE(lock.release());
-        EXPECT_EQ(lock.semId, -1);
-        EXPECT_EQ(memberValue(set, lockMember), 0);
-    });
+    support::inChild(
+        [this] { failToGiveBack({support::semaphoreOperations(), support::semaphoreSettings()}, 0); });
     EXPECT_EQ(memberValue(semaphoreSetOf(path).value_or(-1), lockMember), 1);
 }
 
