@@ -1,6 +1,6 @@
 #include "attacker/Attack.h"
 
-#include <algorithm>
+#include <cstddef>
 #include <iostream>
 #include <optional>
 #include <set>
@@ -95,6 +95,13 @@ std::vector<Harm> Watch::harmsOf(const Ending& ending) {
 std::vector<Harm> Watch::harmsOfARun() {
     Victim victim(scene.arguments, Victim::Pace::Free);
     return harmsOf(victim.finish());
+}
+
+void runUndisturbed(const Scene& scene) {
+    Victim victim(scene.arguments, Victim::Pace::Free);
+    const Ending ending = victim.finish();
+    EXPECT_FALSE(ending.hung);
+    EXPECT_EQ(ending.status, 0) << ending.output;
 }
 
 std::ostream& operator<<(std::ostream& stream, const Attack& attack) {

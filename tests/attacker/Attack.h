@@ -55,6 +55,9 @@ class Watch {
     Snapshot before;
 };
 
+/// Lets the tool run once in `scene`, which nobody attacks. The run must end in order.
+void runUndisturbed(const Scene& scene);
+
 struct Attack {
     Scene scene;
     Place place;

@@ -29,13 +29,6 @@ class FollowedLink : public AttackTest {
         EXPECT_TRUE(support::readFile(log).find("Successfully") != std::string::npos) << log;
     }
 
-    static void run(const Scene& scene) {
-        Victim victim(scene.arguments, Victim::Pace::Free);
-        const Ending ending = victim.finish();
-        EXPECT_EQ(ending.status, 0) << ending.output;
-        EXPECT_FALSE(ending.hung);
-    }
-
     /// Moves what is at `path` to the user's disk, and leaves a link of the user to it.
     static void move(const std::string& path, const std::string& name) {
         const AsUser user;
@@ -47,28 +40,28 @@ class FollowedLink : public AttackTest {
 TEST_F(FollowedLink, LeadsToTheLogsThatTheUserMovedToAnotherDisk) {
     makeGround(Append);
     move(Logs, "Logs");
-    run(Append);
+    runUndisturbed(Append);
     expectRecordIn(OwnDisk + "/Logs/Halcyra/HCD/HCD.log");
 }
 
 TEST_F(FollowedLink, LeadsToAMovedPlaceOfTheFirstLog) {
     makeGround(FirstRun);
     move(Logs, "Logs");
-    run(FirstRun);
+    runUndisturbed(FirstRun);
     expectRecordIn(OwnDisk + "/Logs/Halcyra/HCD/HCD.log");
 }
 
 TEST_F(FollowedLink, LeadsToTheMovedLibrary) {
     makeGround(Append);
     move(Library, "Library");
-    run(Append);
+    runUndisturbed(Append);
     expectRecordIn(OwnDisk + "/Library/Logs/Halcyra/HCD/HCD.log");
 }
 
 TEST_F(FollowedLink, LeadsToTheMovedLogFolder) {
     makeGround(Append);
     move(LogFolder, "HCD");
-    run(Append);
+    runUndisturbed(Append);
     expectRecordIn(OwnDisk + "/HCD/HCD.log");
 }
 
@@ -76,7 +69,7 @@ TEST_F(FollowedLink, LeadsToTheUsersOwnFile) {
     makeGround(Append);
     give(Log, User, 0666);
     move(Log, "HCD.log");
-    run(Append);
+    runUndisturbed(Append);
     expectRecordIn(OwnDisk + "/HCD.log");
 }
 
@@ -84,7 +77,7 @@ TEST_F(FollowedLink, LeadsToAFolderInWhichTheLogIsRotated) {
     makeGround(Rotation);
     move(LogFolder, "HCD");
     const std::vector<std::string> before = copyNames();
-    run(Rotation);
+    runUndisturbed(Rotation);
     expectRecordIn(OwnDisk + "/HCD/HCD.log");
     EXPECT_NE(copyNames().back(), before.back());
 }
@@ -94,7 +87,7 @@ TEST_F(FollowedLink, OfRootLeadsToTheHome) {
     const std::string place = "/Users/disk/home";
     ASSERT_EQ(::rename(Home.c_str(), place.c_str()), 0);
     ASSERT_EQ(::symlink(place.c_str(), Home.c_str()), 0);
-    run(Append);
+    runUndisturbed(Append);
     expectRecordIn(place + "/Library/Logs/Halcyra/HCD/HCD.log");
 }
 

@@ -1,6 +1,5 @@
 #include <cstdlib>
 #include <functional>
-#include <ostream>
 #include <string>
 #include <vector>
 
@@ -190,10 +189,7 @@ TEST_F(StandingThings, FileSystemMountedInsideTheCacheIsNotEmptied) {
     makeGround(CleanUp);
     ASSERT_EQ(::mount("tmpfs", mounted.c_str(), "tmpfs", 0, nullptr), 0);
     putFile(mounted + "/precious", "root's own");
-    {
-        Victim victim(CleanUp.arguments, Victim::Pace::Free);
-        EXPECT_EQ(victim.finish().status, 0);
-    }
+    runUndisturbed(CleanUp);
     EXPECT_TRUE(isThere(mounted + "/precious"));
     EXPECT_FALSE(isThere(Cache + "/Cookies"));
     ASSERT_EQ(::umount(mounted.c_str()), 0);
