@@ -1,10 +1,8 @@
 #include "attacker/Ground.h"
 
 #include <algorithm>
-#include <ctime>
 #include <filesystem>
 #include <fstream>
-#include <stdexcept>
 #include <system_error>
 
 #include <fcntl.h>

@@ -2,7 +2,6 @@
 #include <filesystem>
 #include <optional>
 
-#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 

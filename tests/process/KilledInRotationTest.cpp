@@ -8,7 +8,6 @@
 #ifdef __linux__
 #include <algorithm>
 #include <array>
-#include <cstdint>
 
 #include <sys/syscall.h>
 

@@ -1,6 +1,6 @@
 #include <array>
 #include <chrono>
-#include <fstream>
+#include <iostream>
 #include <memory>
 #include <sstream>
 #include <string>

@@ -11,7 +11,6 @@
 #include <gtest/gtest.h>
 
 #include <sys/sem.h>
-#include <unistd.h>
 
 #include "support/Clock.h"
 #include "support/FileTargetTest.h"
