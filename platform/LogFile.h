@@ -14,10 +14,10 @@ namespace platform {
 /// users can put anything. All operations use what was opened and checked; none goes by path again.
 ///
 /// The file is a regular file, or a character device of root or the effective user. It has one name only,
-/// because another one may be that of somebody's file elsewhere. Other devices, and files with more names,
-/// are accepted in a folder to which no other user can write or lead; more names also for an ordinary user's
-/// own file. Symlinks are followed as posix/SafePath.h says. Not passed on to programs that are executed. For
-/// one thread at a time.
+/// because another one may be that of somebody's file elsewhere. In a folder to which no other user can write
+/// or lead, devices of other users are accepted too, and so are files of root or the effective user that have
+/// more names. An ordinary user's own file may have more names anywhere. Symlinks are followed as
+/// posix/SafePath.h says. Not passed on to programs that are executed. For one thread at a time.
 class LogFile {
   public:
     LogFile();

@@ -14,8 +14,8 @@ struct XmlParseResult {
     bool raised = false; ///< refused as no text at all, which the home platform raises an exception for
 };
 
-/// Parses a whole document. Nothing is fetched and no external entity is read; entities that expand
-/// without measure are refused.
+/// Parses a whole document. Nothing is fetched and no external entity is read. A document that would take too
+/// much memory or time is refused (posix/ParsingCost.h).
 XmlParseResult parseXml(const char* text);
 
 /// The document's root element, borrowed; null when it has none.

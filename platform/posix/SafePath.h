@@ -9,10 +9,10 @@
 /// - It belongs to root or to the effective user, and nobody else could have put it there: no other user can
 ///   write to its folder, or to any folder on the way from the root folder.
 /// - It belongs to the effective user, who is not root and may do what he likes with his rights.
-/// - It and what it leads to belong to the same user, who is not root, because root's symlinks could be moved
-/// to
-///   where they do harm. That user must be able to go the symlink's way himself.
-/// On the way, what belongs to root in a sticky folder of root's is taken for put there by root.
+/// - It and what it leads to belong to the same user, who must be able to go the symlink's way himself. That
+///   user is not root, whose symlinks others could move to where they do harm.
+/// On the way, what belongs to root or the effective user in a sticky folder of one of them counts as put
+/// there by its owner.
 namespace platform {
 
 /// For a folder that is only passed through: its owner may forbid to list it.

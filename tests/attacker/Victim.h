@@ -60,9 +60,8 @@ class Victim {
 
 /// Which calls are steps.
 enum class Sight {
-    /// Those that look up, or list, names that the user can change. A swap that lasts does the same before
-    /// any
-    /// other call as before the next of these.
+    /// Those that look up, or list, names that the user can change. A swap that lasts does the
+    /// same before any other call as before the next of these.
     Names,
     /// All those before which a victim stops, if what another user does before could matter.
     Everything,
