@@ -121,7 +121,7 @@ class KilledRun : public AttackTest {
     std::string moment;
 };
 
-TEST_F(KilledRun, OfTheFirstKindLetsTheNextOneWrite) {
+TEST_F(KilledRun, WithoutALogYetLetsTheNextOneWrite) {
     killBeforeEachStep(FirstRun, [] {});
 }
 
