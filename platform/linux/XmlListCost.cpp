@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cstdint>
-#include <unordered_set>
 #include <vector>
 
 namespace platform {
@@ -10,17 +9,29 @@ namespace platform {
 namespace {
 
 /// The keys of one dictionary.
-struct Keys {
-    std::unordered_set<std::string_view> known = {};
-    std::uint64_t count = 0;
-    std::uint64_t repeated = 0;
-
-    /// Whatever needs reading before it can be compared counts as a repetition.
-    void add(std::string_view key) {
+class Keys {
+  public:
+    /// Takes the key at the beginning of `text`. Whatever needs reading before it can be compared counts as
+    /// a repetition.
+    void add(std::string_view text) {
+        const std::string_view key = text.substr(0, text.find('<'));
         ++count;
-        const bool isPlain = key.find_first_of("&<") == std::string_view::npos;
-        repeated += isPlain && known.insert(key).second ? 0 : 1;
+        if (text.substr(key.size()).starts_with("</key") && key.find('&') == std::string_view::npos) {
+            comparable.push_back(key);
+        }
     }
+
+    /// The comparisons that the repeated keys cost. Sorts the keys: a list can be written so that all its
+    /// keys have the same hash.
+    std::uint64_t searches() {
+        std::sort(comparable.begin(), comparable.end());
+        const auto different = std::unique(comparable.begin(), comparable.end()) - comparable.begin();
+        return count * (count - static_cast<std::uint64_t>(different));
+    }
+
+  private:
+    std::vector<std::string_view> comparable;
+    std::uint64_t count = 0;
 };
 
 /// The comparisons that repeated keys cost.
@@ -44,12 +55,12 @@ class KeyCount {
         } else if (markup.starts_with("</dict") && !open.empty()) {
             close();
         } else if (markup.starts_with(key) && !open.empty()) {
-            open.back().add(markup.substr(key.size(), markup.find("</key") - key.size()));
+            open.back().add(markup.substr(key.size()));
         }
     }
 
     void close() {
-        searches += open.back().count * open.back().repeated;
+        searches += open.back().searches();
         open.pop_back();
     }
 

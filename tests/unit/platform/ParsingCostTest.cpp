@@ -244,6 +244,9 @@ TEST_F(ParsingCost, OfRepeatedKeysIsBounded) {
             << again;
     }
     EXPECT_EQ(readingOf(listOf(known + "</dict>")), "1");
+    EXPECT_THAT(readingOf(listOf(filled(8 * mebibyte, "<dict><!-- ", "<key>", "</key> --></dict>"))),
+                AnyOf("nothing", "1"))
+        << "keys without an end, in a comment";
     const std::string dictionary = "<dict><key>a</key><true/><key>b</key><true/></dict>";
     EXPECT_EQ(readingOf(arrayOf(700 * kibibyte, dictionary)), "1");
 }
