@@ -30,7 +30,8 @@ class LogFile {
     /// not get that mode, and is no failure. On failure the file is not open, the folder may be.
     std::error_code open(std::string_view path, std::error_code& modeError);
 
-    /// The same, but a missing file is an error.
+    /// The same, but a missing file is an error, and a descriptor that was attached stays attached if it is
+    /// open on the file.
     std::error_code openExisting(std::string_view path);
 
     /// Closes the file and the folder, and detaches the descriptor that was attached.

@@ -93,7 +93,12 @@ std::error_code LogFile::open(std::string_view path, std::error_code& modeError)
 }
 
 std::error_code LogFile::openExisting(std::string_view path) {
-    return openAs(path, [&] { return openForAppending(place, fileName); });
+    const int earlier = attached;
+    const std::error_code error = openAs(path, [&] { return openForAppending(place, fileName); });
+    if (!error) {
+        attach(earlier);
+    }
+    return error;
 }
 
 template <typename Open> std::error_code LogFile::openAs(std::string_view path, const Open& openFile) {

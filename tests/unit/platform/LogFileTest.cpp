@@ -451,6 +451,20 @@ TEST_F(OpenLogFile, AttachesNothingThatIsOpenOnAnotherFile) {
     EXPECT_EQ(log.attachedSize(), std::nullopt);
 }
 
+TEST_F(OpenLogFile, StaysAttachedWhenTheSameFileIsOpenedAgain) {
+    start();
+    const FileDescriptor attached(path.c_str(), O_WRONLY | O_APPEND);
+    log.attach(attached.get());
+    ASSERT_FALSE(log.openExisting(path));
+    EXPECT_TRUE(log.attachedSize());
+    const std::string other = top / "other";
+    writeFile(other, "");
+    ASSERT_FALSE(log.openExisting(other));
+    EXPECT_FALSE(log.attachedSize());
+    ASSERT_FALSE(log.openExisting(path));
+    EXPECT_FALSE(log.attachedSize()) << "it was detached";
+}
+
 TEST_F(OpenLogFile, NoticesThatTheAttachedDescriptorWasClosed) {
     start();
     FileDescriptor attached(path.c_str(), O_WRONLY | O_APPEND);
