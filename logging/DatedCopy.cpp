@@ -8,7 +8,7 @@ namespace elmu {
 
 namespace {
 
-/// How many names are looked at, from that of `now` on.
+/// How many names are looked at at least, from that of `now` on.
 constexpr int kSecondsTried = 100;
 
 std::string datedPath(const std::string& path, std::int64_t second) {
@@ -29,9 +29,9 @@ std::string datedName(const std::string& path, std::int64_t second) {
 /// have made it, and a copy in it would be the next to go.
 std::int64_t freeSecond(const platform::OpenFolder& folder, const std::string& path, std::int64_t now) {
     std::int64_t free = now;
-    for (int later = 0; later < kSecondsTried; ++later) {
-        if (folder.entry(datedName(path, now + later))) {
-            free = now + later + 1;
+    for (std::int64_t second = now; second < now + kSecondsTried || second == free; ++second) {
+        if (folder.entry(datedName(path, second))) {
+            free = second + 1;
         }
     }
     return free;

@@ -100,6 +100,16 @@ TEST_F(DatedCopy, IsGreaterThanAllCopiesOfItsSecondAlsoWhenOneOfThemIsGone) {
     EXPECT_THAT(names(), UnorderedElementsAre("HCD.log", nextName, "HCD 2026-11-16 04-49-09.log"));
 }
 
+TEST_F(DatedCopy, TakesNoPlaceOfAnotherAfterTheClockWasSetBack) {
+    for (const char* later : {"04-50-46", "04-50-47", "04-50-48"}) { // 99 to 101 seconds
+        writeFile(folder / (std::string("HCD 2026-11-16 ") + later + ".log"), later);
+    }
+    EXPECT_EQ(move(), now + 102);
+    EXPECT_EQ(readFile(folder / "HCD 2026-11-16 04-50-47.log"), "04-50-47");
+    EXPECT_EQ(readFile(folder / "HCD 2026-11-16 04-50-48.log"), "04-50-48");
+    EXPECT_EQ(readFile(folder / "HCD 2026-11-16 04-50-49.log"), "content");
+}
+
 TEST_F(DatedCopy, TakesNoPlaceOfALinkOrFolderEither) {
     fs::create_symlink("HCD.log", folder / name);
     fs::create_directory(folder / nextName);
