@@ -51,7 +51,7 @@ class LogCopy {
 
   private:
     LogCopy(const OpenFolder& folder, std::string name, FileDescriptor opened, mode_t mode);
-    std::error_code openToReaders(const LogFile& log) const;
+    void openToReaders(const LogFile& log) const;
     bool hasItsName() const;
 
     const OpenFolder* place;

@@ -29,6 +29,13 @@ bool lock(const FileDescriptor& file) {
     return ::flock(file.get(), LOCK_EX | LOCK_NB) == 0 || errno != EWOULDBLOCK;
 }
 
+/// A file system that cannot be told to does not stop rotation.
+std::error_code bringToDisk(const FileDescriptor& file) {
+    const std::error_code error = errorOf(uninterrupted([&file] { return ::fsync(file.get()); }));
+    const bool isUnsupported = error == std::errc::invalid_argument || error == std::errc::not_supported;
+    return isUnsupported ? std::error_code() : error;
+}
+
 constexpr mode_t kPrivate = 0600;
 
 FileDescriptor makeNew(const OpenFolder& folder, const std::string& name, mode_t mode) {
@@ -92,17 +99,18 @@ std::error_code LogCopy::fill(const LogFile& log) const {
     for (int round = 0; round < kMostRounds; ++round) {
         const auto size = log.size();
         if (!size) {
-            return lastError();
+            return std::make_error_code(std::errc::bad_file_descriptor);
         }
         if (round > 0 && *size == copied) {
-            return hasItsName() ? openToReaders(log)
+            openToReaders(log);
+            return hasItsName() ? std::error_code()
                                 : std::make_error_code(std::errc::no_such_file_or_directory);
         }
         if (const auto error = copyContentBetween(*log.file, *file, copied, static_cast<off_t>(*size))) {
             return error;
         }
-        if (uninterrupted([this] { return ::fsync(file->get()); }) == -1) {
-            return lastError();
+        if (const auto error = bringToDisk(*file)) {
+            return error;
         }
         copied = static_cast<off_t>(*size);
     }
@@ -110,11 +118,12 @@ std::error_code LogCopy::fill(const LogFile& log) const {
 }
 
 /// The copy was private so far: whoever may not read the log could have opened it before the mode was
-/// changed.
-std::error_code LogCopy::openToReaders(const LogFile& log) const {
+/// changed. Where the file system has no modes, it stays as it is.
+void LogCopy::openToReaders(const LogFile& log) const {
     const auto status = statusOf(*log.file);
-    const bool isForAll = status && (status->st_mode & S_IROTH) != 0;
-    return isForAll ? errorOf(::fchmod(file->get(), finalMode & status->st_mode)) : std::error_code();
+    if (status && (status->st_mode & S_IROTH) != 0) {
+        ::fchmod(file->get(), finalMode & status->st_mode);
+    }
 }
 
 bool LogCopy::isContainedIn(const LogFile& log) const { return beginsWith(*log.file, *file); }

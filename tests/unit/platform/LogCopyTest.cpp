@@ -23,6 +23,7 @@
 #include "platform/OpenFolder.h"
 #include "support/InChild.h"
 #include "support/OtherUsers.h"
+#include "support/RefusedCalls.h"
 #include "support/Scopes.h"
 #include "support/TempFolder.h"
 
@@ -91,6 +92,20 @@ TEST_F(LogCopyInFolder, HoldsAllOfTheLog) {
     EXPECT_EQ(readFile(top / "copy"), "content");
     EXPECT_EQ(readFile(top / "log"), "content");
     EXPECT_TRUE(copy.isContainedIn(log));
+}
+
+TEST_F(LogCopyInFolder, StaysPrivateWhereModesCannotBeChanged) {
+    if (!support::canRefuseCalls()) {
+        GTEST_SKIP() << "needs seccomp: it makes the system refuse a call";
+    }
+    support::inChild([this] {
+        ASSERT_TRUE(support::refuseCalls(support::modeChanges()));
+        const auto copy = LogCopy::make(folder, "copy");
+        ASSERT_TRUE(copy);
+        EXPECT_FALSE(copy->fill(log));
+    });
+    EXPECT_EQ(readFile(top / "copy"), "content");
+    EXPECT_EQ(fs::status(top / "copy").permissions(), fs::perms(0600));
 }
 
 TEST_F(LogCopyInFolder, IsReadByNobodyWhoCannotReadTheLog) {
