@@ -238,11 +238,11 @@ bool BinaryLock::finalize() {
     return ::semctl(set, 0, IPC_RMID) == 0;
 }
 
-LockHolder::LockHolder(BinaryLock* candidate)
-    : lock(candidate != nullptr && candidate->wait() ? candidate : nullptr) {}
+LockHolder::LockHolder(BinaryLock* const* owner)
+    : place(owner), lock(owner != nullptr && *owner != nullptr && (*owner)->wait() ? *owner : nullptr) {}
 
 LockHolder::~LockHolder() {
-    if (lock != nullptr) {
+    if (lock != nullptr && *place == lock) {
         lock->release();
     }
 }

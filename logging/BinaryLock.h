@@ -60,7 +60,9 @@ class BinaryLock {
 /// the wait failed.
 class LockHolder {
   public:
-    explicit LockHolder(BinaryLock* candidate);
+    /// `owner` is where the lock's owner keeps it, null for no lock. Whoever destroys the lock meanwhile
+    /// changes the pointer there; then nothing is given back.
+    explicit LockHolder(BinaryLock* const* owner);
     ~LockHolder();
     LockHolder(const LockHolder&) = delete;
     LockHolder& operator=(const LockHolder&) = delete;
@@ -68,6 +70,7 @@ class LockHolder {
     explicit operator bool() const { return lock != nullptr; }
 
   private:
+    BinaryLock* const* place;
     BinaryLock* lock;
 };
 

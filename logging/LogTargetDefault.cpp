@@ -131,7 +131,7 @@ bool LogTargetDefault::onRegisterTarget() {
     getCurrentTime(now);
     lastSegmentCheckTime = static_cast<std::int32_t>(now.tv_sec);
     lastRecordTime = lastSegmentCheckTime;
-    if (const LockHolder held(logLock); held) {
+    if (const LockHolder held(&logLock); held) {
         SegmentLogFile(true);
     }
     streamAttached = true;
@@ -168,7 +168,7 @@ bool LogTargetDefault::writeLog(Log_Level level, const char* context1, const cha
     if (getLogLevel() > level) {
         return true;
     }
-    const LockHolder held(locked ? logLock : nullptr);
+    const LockHolder held(locked ? &logLock : nullptr);
     if (locked && !held) {
         return true;
     }

@@ -307,7 +307,8 @@ off_t SharedLog::size() const {
 }
 
 void SharedLog::fillUp(off_t length) {
-    const elmu::LockHolder held(&lock);
+    elmu::BinaryLock* const place = &lock;
+    const elmu::LockHolder held(&place);
     ASSERT_TRUE(held);
     const int descriptor = ::open(path.c_str(), O_RDWR | O_CLOEXEC);
     const off_t end = size();

@@ -380,6 +380,33 @@ TEST_F(Stream, LeavesNoDescriptorOpen) {
     EXPECT_EQ(support::openDescriptors(), before);
 }
 
+TEST_F(Stream, EndsAKilledWritersLineAlsoBehindALink) {
+    std::string torn = "11/21/26 10:58:49:007 | [INFO] | ";
+    torn.resize(4096, 'x');
+    writeFile(home / "real.log", torn);
+    fs::remove(path);
+    fs::create_symlink("real.log", path);
+    ASSERT_TRUE(enroll());
+    write("record");
+    EXPECT_THAT(content(), AllOf(StartsWith(torn + "\n"), EndsWith(" | record\n")));
+}
+
+/// Unregisters itself when it is to write a line.
+class LeavingTarget : public elmu::LogTargetDefault {
+  public:
+    using LogTargetDefault::LogTargetDefault;
+    void WriteStream(const char* /*text*/) override { onUnregisterTarget(); }
+};
+
+using LeavingStream = support::FileTargetTest<LeavingTarget>;
+
+TEST_F(LeavingStream, LeavesALockThatOthersCanTake) {
+    ASSERT_TRUE(enroll());
+    EXPECT_TRUE(write("dropped"));
+    EXPECT_EQ(target.logLock, nullptr);
+    EXPECT_EQ(set(), -1) << "its set is gone";
+}
+
 /// Has its records in a file of its own.
 class DivertedTarget : public elmu::LogTargetDefault {
   public:
