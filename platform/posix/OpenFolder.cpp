@@ -27,6 +27,7 @@ FileDescriptor folderBelow(const FileDescriptor& top, std::string_view path) {
         folder = FileDescriptor(folder, name.c_str(), kPassThrough | O_NOFOLLOW);
         path.remove_prefix(std::min(name.size() + 1, path.size()));
         if (folder.isOpen() && (deviceOf(folder) != deviceOf(top) || isMountedWithinItsDevice(folder))) {
+            errno = EXDEV;
             return {};
         }
     }

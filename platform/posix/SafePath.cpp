@@ -54,6 +54,19 @@ bool isOfTrustedOnly(const FileStatus& folder, const FileStatus& entry) {
     return isWrittenByTrustedOnly(folder) || (isProtected && entry && isTrusted(entry->st_uid));
 }
 
+/// False if there is no folder afterwards. An ordinary user can use the folder whatever the umask is.
+bool makeFolder(const FileDescriptor& parent, const char* name, mode_t mode) {
+    if (::mkdirat(parent.get(), name, mode) == -1) {
+        return errno == EEXIST;
+    }
+    const auto made = ::geteuid() == 0 ? std::nullopt : statusIn(parent, name);
+    if (made && (made->st_mode & S_IRWXU) != S_IRWXU) {
+        const mode_t usable = permissionsIn(*made) | S_IRWXU;
+        [[maybe_unused]] const int result = ::fchmodat(parent.get(), name, usable, AT_SYMLINK_NOFOLLOW);
+    }
+    return true;
+}
+
 /// How the last entry of a path is opened.
 struct Opening {
     int flags = kPassThrough;
@@ -137,8 +150,7 @@ class Walk {
     FileDescriptor openOrMake(const FileDescriptor& folder, const char* name, const Opening& how) const {
         FileDescriptor entry(folder, name, how.flags | O_NOFOLLOW, how.mode);
         const bool isMade = !entry.isOpen() && errno == ENOENT && folderMode &&
-                            (how.flags & O_DIRECTORY) != 0 &&
-                            (::mkdirat(folder.get(), name, *folderMode) == 0 || errno == EEXIST);
+                            (how.flags & O_DIRECTORY) != 0 && makeFolder(folder, name, *folderMode);
         return isMade ? FileDescriptor(folder, name, how.flags | O_NOFOLLOW) : std::move(entry);
     }
 

@@ -272,6 +272,16 @@ TEST_F(SafePath, MakesMissingFolders) {
     EXPECT_EQ(modeOf(top / "a/g"), 0700U);
 }
 
+TEST_F(SafePath, MakesFoldersThatTheirMakerCanUseWhateverTheUmask) {
+    ASSERT_EQ(::chmod(top.path().c_str(), 0777), 0);
+    support::asOrdinaryUser([this] {
+        const ScopedUmask umask(0777);
+        EXPECT_EQ(resultOfMaking(top / "a/b", 0777), 0);
+    });
+    EXPECT_EQ(modeOf(top / "a"), 0700U);
+    EXPECT_EQ(modeOf(top / "a/b"), 0700U);
+}
+
 TEST_F(SafePath, MakesFoldersInTheWorkingFolder) {
     const WorkingFolder working(top.path());
     EXPECT_TRUE(isSame(makeFoldersSafely("a/b", 0777), top / "a/b"));
