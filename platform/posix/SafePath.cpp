@@ -74,20 +74,52 @@ struct Opening {
     std::optional<uid_t> owner; ///< who must own it, if it is behind a user's symlink
 };
 
-/// Nothing if `name` is no symlink, or another one afterwards than before.
-std::optional<Link> linkIn(const FileDescriptor& folder, const char* name) {
+/// The text of a symlink, read by `read`. Nothing if it cannot be read or is too long.
+template <typename Read> std::optional<Link> linkOf(const struct stat& status, const Read& read) {
     std::array<char, kLongestTarget> text;
+    const ssize_t length = read(text);
+    if (length <= 0 || static_cast<std::size_t>(length) == text.size()) {
+        return std::nullopt;
+    }
+    return Link{status, std::string(text.data(), static_cast<std::size_t>(length))};
+}
+
+#if defined(O_PATH)
+/// Nothing if `name` is no symlink. Status and text are of the same symlink, because it is held open.
+std::optional<Link> linkIn(const FileDescriptor& folder, const char* name) {
+    const FileDescriptor entry(folder, name, O_PATH | O_NOFOLLOW);
+    const auto status = entry.isOpen() ? statusOf(entry) : std::nullopt;
+    if (!status || !S_ISLNK(status->st_mode)) {
+        return std::nullopt;
+    }
+    return linkOf(*status,
+                  [&](auto& text) { return ::readlinkat(entry.get(), "", text.data(), text.size()); });
+}
+#else
+bool isSameMoment(const struct timespec& one, const struct timespec& other) {
+    return one.tv_sec == other.tv_sec && one.tv_nsec == other.tv_nsec;
+}
+
+/// Whether nobody changed the file, or its name, between two looks at it.
+bool isUntouched(const FileStatus& before, const FileStatus& after) {
+#if defined(__APPLE__)
+    return isSameFile(before, after) && isSameMoment(before->st_ctimespec, after->st_ctimespec);
+#else
+    return isSameFile(before, after) && isSameMoment(before->st_ctim, after->st_ctim);
+#endif
+}
+
+/// Nothing if `name` is no symlink, or if somebody moved it or put another one there meanwhile.
+std::optional<Link> linkIn(const FileDescriptor& folder, const char* name) {
     const auto before = statusIn(folder, name);
     if (!before || !S_ISLNK(before->st_mode)) {
         return std::nullopt;
     }
-    const auto length = ::readlinkat(folder.get(), name, text.data(), text.size());
-    const auto after = statusIn(folder, name);
-    if (!isSameFile(before, after) || length <= 0 || static_cast<std::size_t>(length) == text.size()) {
-        return std::nullopt;
-    }
-    return Link{*before, std::string(text.data(), static_cast<std::size_t>(length))};
+    auto link = linkOf(
+        *before, [&](auto& text) { return ::readlinkat(folder.get(), name, text.data(), text.size()); });
+    return isUntouched(before, statusIn(folder, name)) ? std::move(link) : std::nullopt;
 }
+#endif
 
 /// Opens a path component by component.
 class Walk {

@@ -1,8 +1,11 @@
 #include "../../../platform/posix/SafePath.h"
 
+#include <atomic>
 #include <cstddef>
+#include <cstdio>
 #include <filesystem>
 #include <string>
+#include <thread>
 #include <utility>
 #include <vector>
 
@@ -330,7 +333,8 @@ namespace {
 /// A folder of root that only root can write to, with
 /// - "precious/file", root's;
 /// - "shared", root's, where everybody can write;
-/// - "annas/file" and "berts/file", each in a folder of that user.
+/// - "annas/file" and "berts/file", each in a folder of that user;
+/// - "annasShared" and "bertsShared", each that user's, where everybody can write.
 class PathAmongUsers : public SafePath {
   protected:
     void SetUp() override {
@@ -339,6 +343,8 @@ class PathAmongUsers : public SafePath {
         }
         makeFolder(0, top / "precious", 0755);
         makeFolder(0, top / "shared", 0777);
+        makeFolder(anna, top / "annasShared", 0777);
+        makeFolder(bert, top / "bertsShared", 0777);
         makeFolder(anna, top / "annas", 0755);
         makeFolder(bert, top / "berts", 0755);
         for (const auto& [name, owner] : {std::pair("precious", 0U), {"annas", anna}, {"berts", bert}}) {
@@ -348,9 +354,10 @@ class PathAmongUsers : public SafePath {
         }
     }
 
-    /// Has `user` put a link to `target` to where everybody can write. Gives its path.
+    /// Has `user` put a link to `target` into his folder where everybody can write. Gives its path.
     std::string linkOf(uid_t user, const std::string& target) {
-        const std::string path = top / ("shared/link" + std::to_string(++linkCount));
+        const std::string folder = user == 0 ? "shared" : user == anna ? "annasShared" : "bertsShared";
+        const std::string path = top / (folder + "/link" + std::to_string(++linkCount));
         makeLink(user, target, path);
         return path;
     }
@@ -447,6 +454,28 @@ TEST_F(PathAmongUsers, FollowsOnesOwnLinkWhereverItIs) {
     EXPECT_TRUE(fs::exists(top / "annas/new"));
 }
 
+#ifdef RENAME_EXCHANGE
+TEST_F(PathAmongUsers, TakesNoTextOfAnotherUsersLink) {
+    const std::string secret = top / "annas/secret";
+    writeFile(secret, "secret");
+    give(secret, anna);
+    const std::string hers = linkOf(anna, annas);
+    const std::string his = hers + "-not";
+    makeLink(bert, secret, his);
+    std::atomic<bool> isDone = false;
+    std::thread racer([&] {
+        while (!isDone) {
+            ::renameat2(AT_FDCWD, hers.c_str(), AT_FDCWD, his.c_str(), RENAME_EXCHANGE);
+        }
+    });
+    for (int i = 0; i < 20000; ++i) {
+        EXPECT_FALSE(leadsTo(hers, secret)) << i;
+    }
+    isDone = true;
+    racer.join();
+}
+#endif
+
 #ifdef __linux__
 TEST_F(SafePath, FollowsTheKernelsLinkToWhatItLeadsTo) {
     writeFile(top / "file", "");
@@ -501,11 +530,13 @@ TEST_F(PathAmongUsers, RefusesAUsersLinkWithoutOpeningWhatItLeadsTo) {
 }
 
 TEST_F(PathAmongUsers, RefusesAUsersLinkToAnotherUsers) {
-    expectRefused(linkOf(anna, berts));
-    expectRefused(linkOf(anna, top / "berts") + "/file");
+    const std::string file = linkOf(anna, berts);
+    const std::string folder = linkOf(anna, top / "berts");
+    expectRefused(file);
+    expectRefused(folder + "/file");
     const ScopedEffectiveUser acting(bert);
-    EXPECT_EQ(resultOfOpening(top / "shared/link1"), ELOOP);
-    EXPECT_EQ(resultOfOpening(top / "shared/link2/file"), ELOOP);
+    EXPECT_EQ(resultOfOpening(file), ELOOP);
+    EXPECT_EQ(resultOfOpening(folder + "/file"), ELOOP);
 }
 
 TEST_F(PathAmongUsers, PassesThroughNothingThatARefusedLinkLeadsTo) {
@@ -559,12 +590,12 @@ TEST_F(PathAmongUsers, JudgesEachLinkOnTheWayOfATrustedOne) {
 
 TEST_F(PathAmongUsers, EndsInALoopOfUsersLinks) {
     const support::ScopedAlarm deadline(30);
-    makeLink(anna, "self", top / "shared/self");
-    makeLink(anna, "pong", top / "shared/ping");
-    makeLink(bert, "ping", top / "shared/pong");
-    expectRefused(top / "shared/self");
-    expectRefused(top / "shared/ping");
-    expectRefused(top / "shared/pong/file");
+    makeLink(anna, "self", top / "annasShared/self");
+    makeLink(anna, "../bertsShared/pong", top / "annasShared/ping");
+    makeLink(bert, "../annasShared/ping", top / "bertsShared/pong");
+    expectRefused(top / "annasShared/self");
+    expectRefused(top / "annasShared/ping");
+    expectRefused(top / "bertsShared/pong/file");
 }
 
 TEST_F(PathAmongUsers, MakesNoFileThroughAUsersLink) {
