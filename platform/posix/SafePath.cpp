@@ -48,10 +48,11 @@ bool isWrittenByTrustedOnly(const FileStatus& folder) {
 }
 
 /// Whether nobody else could have put `entry` into `folder`: of a sticky folder others can take only what is
-/// theirs.
+/// theirs, but they may have mounted something on it.
 bool isOfTrustedOnly(const FileStatus& folder, const FileStatus& entry) {
     const bool isProtected = folder && isTrusted(folder->st_uid) && (folder->st_mode & S_ISVTX) != 0;
-    return isWrittenByTrustedOnly(folder) || (isProtected && entry && isTrusted(entry->st_uid));
+    return isWrittenByTrustedOnly(folder) ||
+           (isProtected && entry && isTrusted(entry->st_uid) && entry->st_dev == folder->st_dev);
 }
 
 /// False if there is no folder afterwards. An ordinary user can use the folder whatever the umask is.

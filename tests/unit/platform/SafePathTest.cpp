@@ -15,6 +15,11 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#ifdef __linux__
+#include <sched.h>
+#include <sys/mount.h>
+#endif
+
 #include "support/Descriptors.h"
 #include "support/InChild.h"
 #include "support/OtherUsers.h"
@@ -713,3 +718,23 @@ TEST_F(PathAmongUsers, TrustsOnlyFoldersWhereNobodyElseCanWrite) {
         fs::remove(top / "folder");
     }
 }
+
+#ifdef __linux__
+TEST_F(PathAmongUsers, TrustsNothingThatIsMountedInAStickyFolder) {
+    makeFolder(0, top / "sticky", 01777);
+    makeFolder(0, top / "sticky/roots", 0755);
+    EXPECT_TRUE(openFolderSafely(top / "sticky/roots").isTrusted);
+    const auto mount = [this] {
+        return ::unshare(CLONE_NEWNS) == 0 &&
+               ::mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0 &&
+               ::mount("none", (top / "sticky/roots").c_str(), "tmpfs", 0, "mode=0755") == 0;
+    };
+    if (!support::succeedsInChild(mount)) {
+        GTEST_SKIP() << "needs root that may mount: it mounts a file system";
+    }
+    support::inChild([this, &mount] {
+        ASSERT_TRUE(mount());
+        EXPECT_FALSE(openFolderSafely(top / "sticky/roots").isTrusted);
+    });
+}
+#endif
