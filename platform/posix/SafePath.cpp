@@ -5,6 +5,7 @@
 #include <optional>
 #include <string>
 #include <utility>
+#include <vector>
 
 #include "FileStatus.h"
 
@@ -157,9 +158,15 @@ class Walk {
         return std::string(component);
     }
 
+    /// Whether everybody whose symlinks led here could go on himself.
+    bool canAllSearch(const FileStatus& folder) const {
+        return std::all_of(linkOwners.begin(), linkOwners.end(),
+                           [&folder](uid_t owner) { return canSearch(owner, folder); });
+    }
+
     FileDescriptor openEntry(const FileDescriptor& folder, const std::string& name, const Opening& how) {
         const auto folderStatus = statusOf(folder);
-        if (linkOwner && !canSearch(*linkOwner, folderStatus)) {
+        if (!canAllSearch(folderStatus)) {
             return refused();
         }
         if (how.owner && isOfAnother(*how.owner, statusIn(folder, name.c_str()))) {
@@ -211,16 +218,16 @@ class Walk {
         how.flags &= ~(O_CREAT | O_TRUNC);
         how.owner = owner;
         const auto making = std::exchange(folderMode, std::nullopt);
-        const auto earlierOwner = std::exchange(linkOwner, owner);
+        linkOwners.push_back(owner);
         FileDescriptor opened = open(folder, target, how);
+        linkOwners.pop_back();
         folderMode = making;
-        linkOwner = earlierOwner;
         return !opened.isOpen() || belongsTo(opened, owner) ? std::move(opened) : refused();
     }
 
     bool trusted;
     std::optional<mode_t> folderMode; ///< of missing folders, if they are made
-    std::optional<uid_t> linkOwner;   ///< whose symlink led here, if another user's did
+    std::vector<uid_t> linkOwners;    ///< other users whose symlinks led here
     int linksFollowed = 0;
 };
 

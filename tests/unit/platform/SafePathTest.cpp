@@ -568,6 +568,19 @@ TEST_F(PathAmongUsers, RefusesAChainThroughAnotherUsersLink) {
     expectRefused(linkOf(anna, linkOf(anna, linkOf(bert, annas))));
 }
 
+TEST_F(PathAmongUsers, RefusesAChainThroughAFolderThatTheFirstUserMayNotEnter) {
+    makeFolder(bert, top / "closed", 0700);
+    makeFolder(bert, top / "closed/inner", 0755);
+    makeFolder(bert, top / "berts/inner", 0755);
+    writeFile(top / "berts/inner/annas", "");
+    give(top / "berts/inner/annas", anna);
+    const std::string open = linkOf(bert, top / "berts/inner");
+    const std::string closed = linkOf(bert, top / "closed/../berts/inner");
+    EXPECT_TRUE(leadsTo(linkOf(anna, open + "/annas"), top / "berts/inner/annas"));
+    expectRefused(linkOf(anna, closed + "/annas"));
+    expectRefused(linkOf(anna, linkOf(bert, top / "closed/missing/../../berts/inner") + "/annas"));
+}
+
 TEST_F(PathAmongUsers, RefusesAChainThatEndsAtRoots) {
     expectRefused(linkOf(anna, linkOf(anna, precious)));
     expectRefused(linkOf(anna, linkOf(0, precious)));
