@@ -56,6 +56,14 @@ bool isOfTrustedOnly(const FileStatus& folder, const FileStatus& entry) {
            (isProtected && entry && isTrusted(entry->st_uid) && entry->st_dev == folder->st_dev);
 }
 
+/// Whether only the owner of a symlink and root could have put it into `folder`: another user could move it
+/// to where it does harm. The owner's own folder may be open to everybody.
+bool isPlaceOf(uid_t linkOwner, const FileStatus& folder) {
+    const bool isProtected =
+        folder && ((folder->st_mode & S_ISVTX) != 0 || (folder->st_mode & (S_IWGRP | S_IWOTH)) == 0);
+    return folder && (folder->st_uid == linkOwner || (folder->st_uid == 0 && isProtected));
+}
+
 /// False if there is no folder afterwards. An ordinary user can use the folder whatever the umask is.
 bool makeFolder(const FileDescriptor& parent, const char* name, mode_t mode) {
     if (::mkdirat(parent.get(), name, mode) == -1) {
@@ -205,7 +213,7 @@ class Walk {
                                        : open(folder, link.target, how);
         }
         trusted = false;
-        if (owner == 0) {
+        if (owner == 0 || !isPlaceOf(owner, folderStatus)) {
             return refused();
         }
         return owner == ::geteuid() ? open(folder, link.target, how)

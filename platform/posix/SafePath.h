@@ -10,7 +10,9 @@
 ///   write to its folder, or to any folder on the way from the root folder.
 /// - It belongs to the effective user, who is not root and may do what he likes with his rights.
 /// - It and what it leads to belong to the same user, who must be able to go the symlink's way himself. That
-///   user is not root, whose symlinks others could move to where they do harm.
+///   user is not root.
+/// In the second and the third case it must be in a folder of its owner's, or in one of root's from which
+/// nobody else can take it: others could have moved it to where it does harm.
 /// On the way, what belongs to root or the effective user in a sticky folder of one of them counts as put
 /// there by its owner.
 namespace platform {

@@ -684,14 +684,14 @@ TEST_F(DisturbedAppend, CutsNothingOfALogThatWasEmptiedMeanwhile) {
 
 namespace {
 
-/// "shared" is a folder of root where everybody can write.
+/// "shared" is a folder of anna where everybody can write.
 class LogAmongUsers : public OpenLogFile {
   protected:
     void SetUp() override {
         if (::geteuid() != 0) {
             GTEST_SKIP() << "needs root: it makes files of other users";
         }
-        makeFolder(0, top / "shared", 0777);
+        makeFolder(anna, top / "shared", 0777);
         makeFolder(anna, top / "annas", 0755);
     }
 

@@ -365,7 +365,8 @@ TEST_F(FolderHeldOpen, LeavesNoDescriptorOpen) {
 
 namespace {
 
-/// Root's "precious/file" in a folder of root; links in "shared", where everybody can write.
+/// Root's "precious/file" in a folder of root; links in "shared", which is anna's and where
+/// everybody can write.
 class FolderAmongUsers : public FolderHeldOpen {
   protected:
     void SetUp() override {
@@ -375,7 +376,7 @@ class FolderAmongUsers : public FolderHeldOpen {
         fs::permissions(top.path(), fs::perms(0755));
         makeFolder(0, top / "precious", 0755);
         writeFile(top / "precious/file", "secret");
-        makeFolder(0, top / "shared", 0777);
+        makeFolder(anna, top / "shared", 0777);
         makeFolder(anna, top / "annas", 0755);
         writeFile(top / "annas/file", "hers");
         support::give(top / "annas/file", anna);

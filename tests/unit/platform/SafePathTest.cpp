@@ -448,7 +448,7 @@ TEST_F(PathAmongUsers, RefusesAUsersLinkThroughAFolderThatHeMayNotEnter) {
         << "the answer would tell what is there";
 }
 
-TEST_F(PathAmongUsers, FollowsOnesOwnLinkWhereverItIs) {
+TEST_F(PathAmongUsers, FollowsOnesOwnLinkWhateverItLeadsTo) {
     const std::string file = linkOf(anna, precious);
     const std::string folder = linkOf(anna, top / "precious");
     const std::string missing = linkOf(anna, top / "annas/new");
@@ -513,6 +513,39 @@ TEST_F(PathAmongUsers, FollowsAUsersLinkInHisOwnFolderToHisOwn) {
     EXPECT_TRUE(leadsTo(top / "annas/here/here/link", annas));
     EXPECT_TRUE(leadsTo(top / "annas/here", top / "annas"));
     EXPECT_TRUE(leadsTo(top / "annas/here/", top / "annas"));
+}
+
+TEST_F(PathAmongUsers, FollowsAUsersLinkOnlyWhereNobodyElseCouldHavePutIt) {
+    struct Case {
+        uid_t owner;
+        mode_t mode;
+        bool isFollowed;
+    };
+    for (const Case& each : std::vector<Case>{{0, 0755, true},
+                                              {0, 01777, true},
+                                              {0, 01775, true},
+                                              {0, 0777, false},
+                                              {0, 0775, false},
+                                              {0, 0757, false},
+                                              {anna, 0700, true},
+                                              {anna, 0777, true},
+                                              {bert, 0755, false},
+                                              {bert, 0777, false},
+                                              {bert, 01777, false}}) {
+        makeFolder(each.owner, top / "place", each.mode);
+        makeLink(anna, "../annas/file", top / "place/file");
+        makeLink(anna, "../annas", top / "place/folder");
+        const int expected = each.isFollowed ? 0 : ELOOP;
+        for (const char* path : {"place/file", "place/folder/file"}) {
+            EXPECT_EQ(resultOfOpening(top / path), expected) << each.owner << " " << std::oct << each.mode;
+            if ((each.mode & S_IXOTH) != 0) {
+                const ScopedEffectiveUser acting(anna);
+                EXPECT_EQ(resultOfOpening(top / path), expected)
+                    << "herself, " << each.owner << " " << std::oct << each.mode;
+            }
+        }
+        fs::remove_all(top / "place");
+    }
 }
 
 TEST_F(PathAmongUsers, RefusesAUsersLinkToRootsFile) {
