@@ -74,9 +74,10 @@ bool isFileSafely(std::string_view path);
 /// success. Symlinks as in `OpenFolder::open`. On failure the parents made so far stay.
 std::error_code createFoldersSafely(std::string_view path);
 
-/// Sets owner, group and (exactly) mode of the folder `path`. It must belong to `owner` before, or to the
-/// effective user and hold nothing but perhaps `child`: a folder of root's with more in it may be one that
-/// somebody moved there. The mode is set also if the owner is refused. Symlinks as in `OpenFolder::open`.
+/// Sets owner, group and (exactly) mode of the folder `path`. It must belong to `owner` or to the effective
+/// user before, and hold nothing but perhaps `child`: somebody may have moved a folder there that is not
+/// meant to be open to others. Only if there is a `child`, a folder of `owner` may hold more. The mode is set
+/// also if the owner is refused. Symlinks as in `OpenFolder::open`.
 std::error_code giveFolder(std::string_view path, uid_t owner, gid_t group, mode_t mode,
                            std::string_view child);
 

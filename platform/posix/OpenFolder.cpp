@@ -195,8 +195,9 @@ std::error_code giveFolder(std::string_view path, uid_t owner, gid_t group, mode
     if (!status) {
         return lastError();
     }
-    const bool isFresh = status->st_uid == ::geteuid() && holdsAtMost(folder, child);
-    if (!isFresh && status->st_uid != owner) {
+    const bool isHis = status->st_uid == owner;
+    const bool isFresh = (isHis || status->st_uid == ::geteuid()) && holdsAtMost(folder, child);
+    if (!isFresh && (!isHis || child.empty())) {
         return std::make_error_code(std::errc::operation_not_permitted);
     }
     const std::error_code error = errorOf(::fchown(folder.get(), owner, group));

@@ -122,7 +122,8 @@ TEST(GiveFolder, SetsOwnerGroupAndMode) {
 
     EXPECT_FALSE(giveFolder(folder / "outer/inner", 502, 21, 0770, ""));
     EXPECT_FALSE(giveFolder(folder / "outer", 501, 20, 0777, "inner"));
-    EXPECT_FALSE(giveFolder(folder / "outer", 501, 20, 0777, "")) << "it is his already";
+    EXPECT_FALSE(giveFolder(folder / "outer", 501, 20, 0777, "inner")) << "it is his already";
+    EXPECT_FALSE(giveFolder(folder / "outer/inner", 502, 21, 0770, "")) << "it is his already";
 
     EXPECT_EQ(entryInfo((folder / "outer").c_str())->owner, 501u);
     EXPECT_EQ(entryInfo((folder / "outer").c_str())->group, 20u);
@@ -153,6 +154,19 @@ TEST(GiveFolder, TakesNoFolderOfItsUserThatHoldsMore) {
         EXPECT_EQ(giveFolder(folder / "full", 501, 20, 0777, child), std::errc::operation_not_permitted);
         EXPECT_EQ(entryInfo((folder / "full").c_str())->owner, 0u);
     }
+}
+
+TEST(GiveFolder, OpensNoFolderThatItsOwnerFilled) {
+    if (::geteuid() != 0) {
+        GTEST_SKIP() << "needs root: it makes folders of other users";
+    }
+    const TempFolder folder;
+    makeFolder(anna, folder / "annas", 0700);
+    writeFile(folder / "annas/letter", "");
+    EXPECT_EQ(giveFolder(folder / "annas", anna, anna, 0777, ""), std::errc::operation_not_permitted);
+    EXPECT_EQ(modeOf(folder / "annas"), 0700u);
+    EXPECT_FALSE(giveFolder(folder / "annas", anna, anna, 0777, "HCD")) << "the outer one may hold more";
+    EXPECT_EQ(modeOf(folder / "annas"), 0777u);
 }
 
 TEST(GiveFolder, FollowsNoSymlinkOfAnotherUserToRootsFolder) {
