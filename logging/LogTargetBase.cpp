@@ -2,7 +2,6 @@
 
 #include "platform/OpenFolder.h"
 #include "platform/Users.h"
-#include <elmu/logging/FileProbes.h>
 #include <elmu/logging/PathText.h>
 #include <elmu/logging/UserFolders.h>
 
@@ -111,7 +110,9 @@ bool LogTargetBase::setLogFile(const char* fileName, const char* folder) {
 void LogTargetBase::useDefaultFolder() {
     getTempPath(logFilePath);
     logFilePath += "/Halcyra/HCD";
-    if (folderExitsAtPath(logFilePath)) {
+    const std::error_code error = platform::OpenFolder().open(logFilePath);
+    // Behind a symlink that is not followed nothing is made or given: that would tell what is there.
+    if (!error || error == std::errc::too_many_symbolic_link_levels) {
         return;
     }
     platform::createFoldersSafely(logFilePath);

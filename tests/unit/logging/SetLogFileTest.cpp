@@ -9,6 +9,7 @@
 
 #include "support/InChild.h"
 #include "support/LogHome.h"
+#include "support/OtherUsers.h"
 #include "support/RecordingTarget.h"
 #include <elmu/logging/LogTargetDefault.h>
 #include <elmu/logging/LoggingCore.h>
@@ -233,6 +234,27 @@ TEST_F(SetLogFile, GivesAnOlderOuterFolderAwayTogetherWithANewInnerOne) {
     ASSERT_TRUE(target.setLogFile("HCD.log", ""));
     expectGivenTo(somebody(), home.inLogs("Halcyra"));
     expectGivenTo(somebody(), home.inLogs("Halcyra/HCD"));
+}
+
+TEST_F(SetLogFile, DoesTheSameWhateverIsBehindASymlinkThatIsNotFollowed) {
+    if (::geteuid() != 0) {
+        GTEST_SKIP() << "needs root: it makes symlinks of other users";
+    }
+    scripted::host().consoleUser = somebody();
+    ASSERT_EQ(::chmod(home.path().c_str(), 0755), 0);
+    support::makeFolder(0, home / "precious", 0700);
+    support::makeFolder(0, home / "precious/there", 0700);
+    fs::create_directories(home.inLogs("Halcyra"));
+    support::give(home.inLogs("Halcyra"), somebody().uid);
+    for (const char* place : {"precious/there", "precious/missing", "precious/missing/inner"}) {
+        ASSERT_EQ(::chmod(home.inLogs("Halcyra").c_str(), 0755), 0);
+        support::makeLink(somebody().uid, home / place, home.inLogs("Halcyra/HCD"));
+        EXPECT_FALSE(target.setLogFile("HCD.log", "")) << place;
+        EXPECT_EQ(modeOf(home.inLogs("Halcyra")), 0755U) << place;
+        fs::remove(home.inLogs("Halcyra/HCD"));
+    }
+    EXPECT_TRUE(fs::is_empty(home / "precious/there"));
+    EXPECT_FALSE(fs::exists(home / "precious/missing"));
 }
 
 TEST_F(SetLogFile, FailsWhenTheDefaultFolderCannotBeMade) {
