@@ -80,14 +80,19 @@ std::optional<std::int64_t> moveToDatedCopy(const platform::LogFile& log, const 
 }
 
 void finishInterruptedMove(const platform::LogFile& log, const std::string& path, std::int64_t now) {
-    const auto unfinished = platform::LogCopy::find(log.folder(), unfinishedName(log));
+    const auto unfinished = platform::LogCopy::find(log, unfinishedName(log));
     if (unfinished) {
         unfinished->discard();
     }
-    auto finished = platform::LogCopy::find(log.folder(), finishedName(log));
-    if (finished && finished->isContainedIn(log)) {
+    auto finished = platform::LogCopy::find(log, finishedName(log));
+    if (!finished) {
+        return;
+    }
+    if (finished->isTooLargeToCompare()) {
+        finished->putAside();
+    } else if (finished->isContainedIn(log)) {
         finished->discard();
-    } else if (finished) {
+    } else {
         publish(*finished, log, path, now);
     }
 }

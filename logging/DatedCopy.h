@@ -22,8 +22,9 @@ std::optional<std::int64_t> moveToDatedCopy(const platform::LogFile& log, const 
                                             std::int64_t now);
 
 /// Completes or undoes the move of a process that was killed. An unfinished copy is removed, and so is a
-/// finished one if `log` still begins with all it holds; otherwise it gets its dated name. A copy whose maker
-/// lives is left alone. To be called with the lock held.
+/// finished one if `log` still begins with all it holds; otherwise it gets its dated name, or another hidden
+/// one if comparing it would take too long. Left alone are a copy whose maker lives, and one of a user who
+/// must not learn whether the log begins like it. To be called with the lock held.
 void finishInterruptedMove(const platform::LogFile& log, const std::string& path, std::int64_t now);
 
 } // namespace elmu

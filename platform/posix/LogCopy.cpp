@@ -15,6 +15,8 @@ namespace {
 /// A log that grows while it is copied is written to by somebody who does not take the lock.
 constexpr int kMostRounds = 10;
 
+constexpr off_t kMostCompared = off_t{1} << 30;
+
 /// Gives another hidden name to what is in the way.
 bool moveAside(const OpenFolder& folder, const std::string& name) {
     const std::string digits = randomDigits();
@@ -34,6 +36,13 @@ std::error_code bringToDisk(const FileDescriptor& file) {
     const std::error_code error = errorOf(uninterrupted([&file] { return ::fsync(file.get()); }));
     const bool isUnsupported = error == std::errc::invalid_argument || error == std::errc::not_supported;
     return isUnsupported ? std::error_code() : error;
+}
+
+bool isReadByAll(const FileStatus& status) { return status && (status->st_mode & S_IROTH) != 0; }
+
+/// Whether the owner of `copy` may learn whether `log` begins with it.
+bool mayBeCompared(const FileStatus& copy, const FileStatus& log) {
+    return isTrusted(copy->st_uid) || isReadByAll(log) || (log && log->st_uid == copy->st_uid);
 }
 
 constexpr mode_t kPrivate = 0600;
@@ -84,10 +93,12 @@ std::optional<LogCopy> LogCopy::make(const OpenFolder& folder, const std::string
     return LogCopy(folder, name, std::move(file), mode);
 }
 
-std::optional<LogCopy> LogCopy::find(const OpenFolder& folder, const std::string& name) {
+std::optional<LogCopy> LogCopy::find(const LogFile& log, const std::string& name) {
+    const OpenFolder& folder = log.folder();
     FileDescriptor file(folder.descriptor(), name.c_str(), O_RDONLY | O_NOFOLLOW | kNeverBlocking);
     const auto entry = statusIn(folder.descriptor(), name.c_str());
-    const bool isCopy = file.isOpen() && isLikeACopy(entry) && isSameFile(statusOf(file), entry);
+    const bool isCopy = file.isOpen() && isLikeACopy(entry) && isSameFile(statusOf(file), entry) &&
+                        mayBeCompared(entry, statusOf(*log.file));
     if (!isCopy || !lock(file)) {
         return std::nullopt;
     }
@@ -121,9 +132,14 @@ std::error_code LogCopy::fill(const LogFile& log) const {
 /// changed. Where the file system has no modes, it stays as it is.
 void LogCopy::openToReaders(const LogFile& log) const {
     const auto status = statusOf(*log.file);
-    if (status && (status->st_mode & S_IROTH) != 0) {
+    if (isReadByAll(status)) {
         ::fchmod(file->get(), finalMode & status->st_mode);
     }
+}
+
+bool LogCopy::isTooLargeToCompare() const {
+    const auto status = statusOf(*file);
+    return !status || status->st_size > kMostCompared;
 }
 
 bool LogCopy::isContainedIn(const LogFile& log) const { return beginsWith(*log.file, *file); }
@@ -138,6 +154,12 @@ std::error_code LogCopy::rename(const std::string& newName) {
     copyName = newName;
     place->sync(); // not every folder can be synced; the name is given all the same
     return {};
+}
+
+void LogCopy::putAside() const {
+    if (hasItsName()) {
+        moveAside(*place, copyName);
+    }
 }
 
 void LogCopy::discard() const {

@@ -21,6 +21,7 @@
 
 #include "platform/LogFile.h"
 #include "support/InChild.h"
+#include "support/OtherUsers.h"
 #include "support/Scopes.h"
 #include "support/TempFolder.h"
 
@@ -230,6 +231,39 @@ TEST_F(DatedCopy, IsLeftAloneWhileItsMakerLives) {
         finish();
         EXPECT_TRUE(move());
     }
+}
+
+TEST_F(DatedCopy, TellsNobodyElseWhatIsInAPrivateLog) {
+    if (::geteuid() != 0) {
+        GTEST_SKIP() << "needs root: it makes a file of another user";
+    }
+    for (const char* guess : {"content", "wrong"}) {
+        writeFile(path, "content");
+        ASSERT_EQ(::chmod(path.c_str(), 0600), 0);
+        writeFile(folder / finished, guess);
+        support::give(folder / finished, support::anna);
+        finish();
+        EXPECT_THAT(names(), UnorderedElementsAre("HCD.log", finished)) << guess;
+        EXPECT_EQ(move(), now) << "it does not stop rotation";
+        EXPECT_EQ(readFile(folder / name), "content");
+        fs::remove(folder / name);
+        for (const std::string& other : names()) {
+            if (other != "HCD.log") {
+                EXPECT_EQ(readFile(folder / other), guess);
+                fs::remove(folder / other);
+            }
+        }
+    }
+}
+
+TEST_F(DatedCopy, IsPutAsideIfComparingItWouldTakeTooLong) {
+    writeFile(folder / finished, "");
+    fs::resize_file(folder / finished, (std::uintmax_t{1} << 30) + 1);
+    finish();
+    EXPECT_FALSE(fs::exists(folder / finished));
+    EXPECT_FALSE(fs::exists(folder / name));
+    EXPECT_EQ(names().size(), 2U) << "it has another hidden name";
+    EXPECT_EQ(move(), now);
 }
 
 TEST_F(DatedCopy, IsMadeInAFolderThatMayNotBeListed) {

@@ -67,7 +67,7 @@ class LogCopyInFolder : public testing::Test {
     /// Whether a file "copy" with `content` counts as contained in the log.
     bool isContained(const std::string& content) {
         writeFile(top / "copy", content);
-        const auto copy = LogCopy::find(folder, "copy");
+        const auto copy = LogCopy::find(log, "copy");
         EXPECT_TRUE(copy);
         return copy->isContainedIn(log);
     }
@@ -175,7 +175,7 @@ TEST_F(LogCopyInFolder, HasItsNewNameFromThenOn) {
 TEST_F(LogCopyInFolder, StaysLockedUnderItsNewName) {
     LogCopy copy = filled();
     ASSERT_FALSE(copy.rename("second"));
-    EXPECT_FALSE(LogCopy::find(folder, "second"));
+    EXPECT_FALSE(LogCopy::find(log, "second"));
 }
 
 TEST_F(LogCopyInFolder, IsGoneWhenItIsDiscarded) {
@@ -203,7 +203,7 @@ TEST_F(LogCopyInFolder, StaysInTheFolderThatWasOpened) {
 
 TEST_F(LogCopyInFolder, IsFoundAgain) {
     writeFile(top / "copy", "con");
-    auto copy = LogCopy::find(folder, "copy");
+    auto copy = LogCopy::find(log, "copy");
     ASSERT_TRUE(copy);
     EXPECT_TRUE(copy->isContainedIn(log));
     EXPECT_EQ(readFile(top / "copy"), "con");
@@ -213,15 +213,15 @@ TEST_F(LogCopyInFolder, IsFoundAgain) {
 
 TEST_F(LogCopyInFolder, IsNotFoundWhereThereIsNone) {
     const ScopedAlarm deadline(30);
-    EXPECT_FALSE(LogCopy::find(folder, "missing"));
+    EXPECT_FALSE(LogCopy::find(log, "missing"));
     fs::create_directory(top / "folder");
-    EXPECT_FALSE(LogCopy::find(folder, "folder"));
+    EXPECT_FALSE(LogCopy::find(log, "folder"));
     ASSERT_EQ(::mkfifo((top / "pipe").c_str(), 0666), 0);
-    EXPECT_FALSE(LogCopy::find(folder, "pipe"));
+    EXPECT_FALSE(LogCopy::find(log, "pipe"));
     fs::create_symlink("log", top / "link");
-    EXPECT_FALSE(LogCopy::find(folder, "link"));
+    EXPECT_FALSE(LogCopy::find(log, "link"));
     fs::create_symlink("nowhere", top / "dangling");
-    EXPECT_FALSE(LogCopy::find(folder, "dangling"));
+    EXPECT_FALSE(LogCopy::find(log, "dangling"));
     EXPECT_THAT(names(), UnorderedElementsAre("log", "folder", "pipe", "link", "dangling"));
 }
 
@@ -240,7 +240,7 @@ TEST_F(LogCopyInFolder, IsContainedInALogThatBeginsWithIt) {
 TEST_F(LogCopyInFolder, IsLockedWhileItsObjectLives) {
     const auto othersFind = [this] {
         support::inChild([this] {
-            EXPECT_FALSE(LogCopy::find(folder, "copy"));
+            EXPECT_FALSE(LogCopy::find(log, "copy"));
             EXPECT_FALSE(LogCopy::make(folder, "copy"));
         });
     };
@@ -248,7 +248,7 @@ TEST_F(LogCopyInFolder, IsLockedWhileItsObjectLives) {
         const LogCopy copy = filled();
         othersFind();
     }
-    EXPECT_TRUE(LogCopy::find(folder, "copy"));
+    EXPECT_TRUE(LogCopy::find(log, "copy"));
 }
 
 TEST_F(LogCopyInFolder, IsLeftAloneWhileAnotherProcessHasItLocked) {
@@ -256,11 +256,11 @@ TEST_F(LogCopyInFolder, IsLeftAloneWhileAnotherProcessHasItLocked) {
     const int theirs = ::open((top / "copy").c_str(), O_RDONLY | O_CLOEXEC);
     ASSERT_EQ(::flock(theirs, LOCK_EX | LOCK_NB), 0);
     const ScopedAlarm deadline(30);
-    EXPECT_FALSE(LogCopy::find(folder, "copy"));
+    EXPECT_FALSE(LogCopy::find(log, "copy"));
     EXPECT_FALSE(LogCopy::make(folder, "copy"));
     EXPECT_EQ(readFile(top / "copy"), "theirs");
     ::close(theirs);
-    EXPECT_TRUE(LogCopy::find(folder, "copy"));
+    EXPECT_TRUE(LogCopy::find(log, "copy"));
 }
 
 TEST_F(LogCopyInFolder, KeepsHolesAndCostsLittle) {
@@ -452,4 +452,53 @@ TEST_F(LogCopyInFolder, TakesTheNameOfAnotherUsersFile) {
     EXPECT_EQ(readFile(top / "copy"), "content");
     EXPECT_FALSE(copy.rename("final"));
     EXPECT_EQ(readFile(top / "final"), "content");
+}
+
+TEST_F(LogCopyInFolder, IsFoundOnlyIfItsOwnerMayKnowTheLog) {
+    if (::geteuid() != 0) {
+        GTEST_SKIP() << "needs root: it makes files of other users";
+    }
+    struct Case {
+        uid_t logOwner;
+        mode_t logMode;
+        uid_t copyOwner;
+        bool isFound;
+    };
+    writeFile(top / "copy", "content");
+    for (const Case& each : std::vector<Case>{{0, 0600, 0, true},
+                                              {0, 0600, anna, false},
+                                              {0, 0640, anna, false},
+                                              {0, 0604, anna, true},
+                                              {0, 0666, anna, true},
+                                              {anna, 0600, anna, true},
+                                              {anna, 0600, 0, true},
+                                              {support::bert, 0660, anna, false},
+                                              {support::bert, 0666, anna, true}}) {
+        support::give(top / "log", each.logOwner);
+        support::give(top / "copy", each.copyOwner);
+        ASSERT_EQ(::chmod((top / "log").c_str(), each.logMode), 0);
+        EXPECT_EQ(LogCopy::find(log, "copy").has_value(), each.isFound)
+            << each.logOwner << " " << std::oct << each.logMode << " " << each.copyOwner;
+    }
+}
+
+TEST_F(LogCopyInFolder, IsNotComparedIfItIsLargerThanAGibibyte) {
+    writeFile(top / "copy", "content");
+    const auto copy = LogCopy::find(log, "copy");
+    ASSERT_TRUE(copy);
+    constexpr off_t most = off_t{1} << 30;
+    ASSERT_EQ(::truncate((top / "copy").c_str(), most), 0);
+    EXPECT_FALSE(copy->isTooLargeToCompare());
+    ASSERT_EQ(::truncate((top / "copy").c_str(), most + 1), 0);
+    EXPECT_TRUE(copy->isTooLargeToCompare());
+}
+
+TEST_F(LogCopyInFolder, GetsAnotherHiddenName) {
+    const LogCopy copy = filled();
+    copy.putAside();
+    ASSERT_EQ(names().size(), 2U);
+    EXPECT_FALSE(fs::exists(top / "copy"));
+    writeFile(top / "copy", "foreign");
+    copy.putAside();
+    EXPECT_EQ(readFile(top / "copy"), "foreign");
 }
