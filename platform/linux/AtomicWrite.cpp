@@ -7,6 +7,7 @@
 
 #include "../posix/FileStatus.h"
 #include "../posix/FolderNames.h"
+#include "../posix/NewFile.h"
 #include "../posix/RandomDigits.h"
 
 namespace platform {
@@ -21,6 +22,10 @@ std::string temporaryNameBeside(std::string_view path) {
     const std::string digits = randomDigits();
     const std::string folder(path.substr(0, path.rfind('/') + 1));
     return digits.empty() ? "" : folder + std::string(temporaryStart) + digits;
+}
+
+std::optional<mode_t> modeOfNewFileBeside(const char* path) {
+    return modeOfNewFile(AT_FDCWD, temporaryNameBeside(path).c_str());
 }
 
 bool isTemporaryName(std::string_view name) {
@@ -42,11 +47,13 @@ class TemporaryFile {
     TemporaryFile(const TemporaryFile&) = delete;
     TemporaryFile& operator=(const TemporaryFile&) = delete;
 
+    /// Makes the file for its owner alone, so that nobody else takes the lock. `mode` tells what he may do.
     std::error_code create(const char* destination, mode_t mode) {
         constexpr int mostTries = 3;
         for (int tries = 0; tries < mostTries; ++tries) {
             const std::string next = temporaryNameBeside(destination);
-            file = FileDescriptor(next.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW, mode);
+            file = FileDescriptor(next.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW,
+                                  mode & (S_IRUSR | S_IWUSR));
             if (!file.isOpen()) {
                 return lastError();
             }
@@ -63,11 +70,11 @@ class TemporaryFile {
         return std::make_error_code(std::errc::device_or_resource_busy);
     }
 
-    /// Puts `content` on the disk. The mode, when given, is set exactly.
-    std::error_code fill(std::string_view content, std::optional<mode_t> mode) {
+    /// Puts `content` on the disk, and gives the file exactly `mode`.
+    std::error_code fill(std::string_view content, mode_t mode) {
         std::error_code error = writeAll(file, content);
-        if (!error && mode) {
-            error = errorOf(::fchmod(file.get(), *mode));
+        if (!error) {
+            error = setMode(mode);
         }
         if (!error) {
             error = errorOf(uninterrupted([this] { return ::fsync(file.get()); }));
@@ -91,6 +98,13 @@ class TemporaryFile {
         struct stat status = {};
         return lock(claim) != std::errc::operation_would_block && ::fstat(file.get(), &status) == 0 &&
                status.st_nlink > 0;
+    }
+
+    /// Changes nothing if the file has the mode: where there is only one, the system may refuse.
+    std::error_code setMode(mode_t mode) const {
+        const auto status = statusOf(file);
+        const bool hasIt = status && permissionsIn(*status) == mode;
+        return hasIt ? std::error_code() : errorOf(::fchmod(file.get(), mode));
     }
 
     void remove() {
@@ -130,11 +144,15 @@ std::error_code writeFileAtomically(const char* path, std::string_view content) 
     if (isThere && S_ISDIR(old.st_mode)) {
         return std::make_error_code(std::errc::is_a_directory);
     }
-    const auto kept = isThere && S_ISREG(old.st_mode) ? std::optional(permissionsIn(old)) : std::nullopt;
+    const bool isReplaced = isThere && S_ISREG(old.st_mode);
+    const auto mode = isReplaced ? std::optional(permissionsIn(old)) : modeOfNewFileBeside(path);
+    if (!mode) {
+        return lastError();
+    }
     TemporaryFile file;
-    std::error_code error = file.create(path, kept ? *kept & (S_IRUSR | S_IWUSR) : 0666);
+    std::error_code error = file.create(path, *mode);
     if (!error) {
-        error = file.fill(content, kept);
+        error = file.fill(content, *mode);
     }
     return error ? error : file.moveTo(path);
 }

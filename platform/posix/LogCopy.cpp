@@ -4,6 +4,7 @@
 
 #include "ContentCopy.h"
 #include "FileStatus.h"
+#include "NewFile.h"
 #include "RandomDigits.h"
 #include "SafePath.h"
 #include "platform/LogFile.h"
@@ -47,21 +48,6 @@ bool mayBeCompared(const FileStatus& copy, const FileStatus& log) {
 
 constexpr mode_t kPrivate = 0600;
 
-FileDescriptor makeNew(const OpenFolder& folder, const std::string& name, mode_t mode) {
-    return {folder.descriptor(), name.c_str(), O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW, mode};
-}
-
-/// The mode of a new file that everybody may use, as far as the umask and the folder let him. Only a file
-/// tells.
-mode_t modeOfNewFile(const OpenFolder& folder, const std::string& name) {
-    const FileDescriptor file = makeNew(folder, name, 0666);
-    const auto status = file.isOpen() ? statusOf(file) : std::nullopt;
-    if (status) {
-        folder.remove(name);
-    }
-    return status ? status->st_mode & 0777 : kPrivate;
-}
-
 } // namespace
 
 LogCopy::LogCopy(const OpenFolder& folder, std::string name, FileDescriptor opened, mode_t mode)
@@ -85,8 +71,8 @@ std::optional<LogCopy> LogCopy::make(const OpenFolder& folder, const std::string
     if (!makeWay(folder, name)) {
         return std::nullopt;
     }
-    const mode_t mode = modeOfNewFile(folder, name);
-    FileDescriptor file = makeNew(folder, name, kPrivate);
+    const mode_t mode = modeOfNewFile(folder.descriptor().get(), name.c_str()).value_or(kPrivate);
+    FileDescriptor file(folder.descriptor(), name.c_str(), O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW, kPrivate);
     if (!file.isOpen() || !lock(file)) {
         return std::nullopt;
     }

@@ -86,6 +86,17 @@ TEST(LeftTemporaries, OfARunThatGoesOnStayUntilItIsKilled) {
     EXPECT_THAT(folderEntries(folder.path().c_str()), Optional(IsEmpty()));
 }
 
+TEST(LeftTemporaries, OfARunThatGoesOnCanBeLockedByNobodyElse) {
+    const TempFolder folder;
+    const support::ScopedUmask umask(0);
+    const InterruptedWriter writer(folder / "file", &stop);
+    ASSERT_TRUE(writer.isStopped());
+    for (const auto& entry : fs::directory_iterator(folder.path())) {
+        EXPECT_EQ(support::modeOf(entry.path().string()), 0600U);
+    }
+    EXPECT_THAT(folderEntries(folder.path().c_str()), Optional(SizeIs(1)));
+}
+
 TEST(LeftTemporaries, AreNotTakenForThoseOfWritersAtWork) {
     const TempFolder folder;
     constexpr int rounds = 200;
