@@ -1,6 +1,8 @@
 #include <elmu/logging/Segmentation.h>
 
 #include <algorithm>
+#include <iterator>
+#include <utility>
 
 #include <elmu/logging/PathText.h>
 #include <elmu/logging/TimeText.h>
@@ -56,25 +58,26 @@ LogNames logNames(const std::string& path) {
 }
 
 std::vector<std::string> pathsToPrune(const LogNames& log, const std::vector<std::string>& prefixes,
-                                      const std::vector<std::string>& entries, int count) {
+                                      std::vector<std::string> entries, int count) {
     std::vector<std::string> pruned;
     std::vector<std::string> retained;
     if (prefixes.empty()) {
         return pruned;
     }
-    for (const std::string& entry : entries) {
+    for (std::string& entry : entries) {
         if (!entry.starts_with(log.baseName)) {
             continue;
         }
         const bool stays = entry == log.currentName || beginsWithOneOf(prefixes, entry);
-        (stays ? retained : pruned).push_back(entry);
+        (stays ? retained : pruned).push_back(std::move(entry));
     }
     std::sort(retained.begin(), retained.end());
     // A name without an extension sorts before its copies; the live file must not be the first to go.
     std::stable_partition(retained.begin(), retained.end(),
                           [&log](const std::string& path) { return path != log.currentName; });
     const auto kept = std::min(retained.size(), static_cast<std::size_t>(count) + 1);
-    pruned.insert(pruned.end(), retained.begin(), retained.end() - static_cast<std::ptrdiff_t>(kept));
+    pruned.insert(pruned.end(), std::make_move_iterator(retained.begin()),
+                  std::make_move_iterator(retained.end() - static_cast<std::ptrdiff_t>(kept)));
     return pruned;
 }
 

@@ -41,6 +41,6 @@ LogNames logNames(const std::string& path);
 /// copies all but the greatest names, so that `count` + 1 files stay with the live one. Nothing if `prefixes`
 /// is empty.
 std::vector<std::string> pathsToPrune(const LogNames& log, const std::vector<std::string>& prefixes,
-                                      const std::vector<std::string>& entries, int count);
+                                      std::vector<std::string> entries, int count);
 
 } // namespace elmu

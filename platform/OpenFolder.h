@@ -42,7 +42,7 @@ class OpenFolder {
     /// The relative paths of everything whose path begins with `prefix`: a folder before its content,
     /// siblings in byte order. Left out are what cannot be listed, and the content of folders on which
     /// something is mounted, or that are more than 128 levels down: others could make listing them take
-    /// hours.
+    /// hours. Nothing at all if the paths take more than 64 MiB.
     std::vector<std::string> tree(const std::string& prefix) const;
 
     /// Removes one file, symlink or empty folder by its relative path.

@@ -33,18 +33,21 @@ const dirent* nextEntry(DIR* folder) {
 
 } // namespace
 
-std::error_code FolderNames::read(const FileDescriptor& folder) {
+std::error_code FolderNames::read(const FileDescriptor& folder, std::size_t most) {
     names.clear();
     next = 0;
     const Listing listing = listingOf(folder);
     if (!listing) {
         return lastError();
     }
-    while (const dirent* entry = nextEntry(listing.get())) {
+    while (const dirent* entry = names.size() <= most ? nextEntry(listing.get()) : nullptr) {
         const std::string_view name = entry->d_name;
         if (name != "." && name != "..") {
             names.append(name).push_back('\0');
         }
+    }
+    if (names.size() > most) {
+        errno = EFBIG;
     }
     const std::error_code error = errno == 0 ? std::error_code() : lastError();
     names.resize(error ? 0 : names.size());

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <limits>
 #include <string>
 #include <system_error>
 
@@ -11,8 +12,9 @@ namespace platform {
 class FolderNames {
   public:
     /// Reads an open folder from its beginning, in place of what was read before. Leaves nothing to take on
-    /// failure.
-    std::error_code read(const FileDescriptor& folder);
+    /// failure, and it is one if the names take more than `most` bytes.
+    std::error_code read(const FileDescriptor& folder,
+                         std::size_t most = std::numeric_limits<std::size_t>::max());
 
     /// Takes the next name. Empty at the end.
     std::string take();

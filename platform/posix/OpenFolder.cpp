@@ -12,6 +12,7 @@ namespace platform {
 namespace {
 
 constexpr int kMostLevels = 128;
+constexpr std::size_t kMostBytes = 64 * 1024 * 1024;
 
 dev_t deviceOf(const FileDescriptor& folder) {
     const auto status = statusOf(folder);
@@ -53,49 +54,72 @@ bool holdsAtMost(const FileDescriptor& folder, std::string_view child) {
     return name.empty();
 }
 
-/// The names in `folder` that begin with `prefix`, in byte order.
-std::vector<std::string> namesIn(const FileDescriptor& folder, std::string_view prefix) {
-    const FileDescriptor readable(folder, ".", O_RDONLY | O_DIRECTORY);
-    FolderNames all;
-    std::vector<std::string> names;
-    if (!readable.isOpen() || all.read(readable)) {
-        return names;
-    }
-    for (std::string name = all.take(); !name.empty(); name = all.take()) {
-        if (name.starts_with(prefix)) {
-            names.push_back(std::move(name));
-        }
-    }
-    std::sort(names.begin(), names.end());
-    return names;
-}
-
 struct Child {
     std::string name;
     bool isFolder = false;
 };
 
-std::vector<Child> childrenOf(const FileDescriptor& folder, std::string_view prefix) {
-    std::vector<Child> children;
-    for (std::string& name : namesIn(folder, prefix)) {
-        const auto status = statusIn(folder, name.c_str());
-        children.push_back({std::move(name), status && S_ISDIR(status->st_mode)});
-    }
-    return children;
-}
+/// Lists what is in a folder and its subfolders, up to an amount of memory. Holds no folder open meanwhile,
+/// however deep they are.
+class TreeList {
+  public:
+    explicit TreeList(const FileDescriptor& folder) : top(folder) {}
 
-/// Appends what is in the folder `below` (empty, or with a slash at its end) and its subfolders. Holds no
-/// folder open meanwhile, however deep they are.
-void appendTree(const FileDescriptor& top, const std::string& below, std::string_view prefix, int level,
-                std::vector<std::string>& entries) {
-    for (const Child& child : childrenOf(folderBelow(top, below), prefix)) {
-        const std::string path = below + child.name;
-        entries.push_back(path);
-        if (child.isFolder && level < kMostLevels) {
-            appendTree(top, path + "/", "", level + 1, entries);
+    /// All paths that begin with `prefix`. Nothing if there are too many.
+    std::vector<std::string> pathsWith(std::string_view prefix) {
+        append("", prefix, 0);
+        return used <= kMostBytes ? std::move(entries) : std::vector<std::string>();
+    }
+
+  private:
+    /// Appends what is in the folder `below` (empty, or with a slash at its end) and its subfolders.
+    void append(const std::string& below, std::string_view prefix, int level) {
+        for (const Child& child : childrenOf(below, prefix)) {
+            if (used > kMostBytes) {
+                return;
+            }
+            const std::string path = below + child.name;
+            entries.push_back(path);
+            if (child.isFolder && level < kMostLevels) {
+                append(path + "/", "", level + 1);
+            }
         }
     }
-}
+
+    std::vector<Child> childrenOf(const std::string& below, std::string_view prefix) {
+        const FileDescriptor folder = folderBelow(top, below);
+        std::vector<Child> children;
+        for (std::string& name : namesIn(folder, below.size(), prefix)) {
+            const auto status = statusIn(folder, name.c_str());
+            children.push_back({std::move(name), status && S_ISDIR(status->st_mode)});
+        }
+        return children;
+    }
+
+    /// The names in `folder` that begin with `prefix`, in byte order. Their paths are counted, each of them
+    /// longer by `more` bytes than the name.
+    std::vector<std::string> namesIn(const FileDescriptor& folder, std::size_t more,
+                                     std::string_view prefix) {
+        const FileDescriptor readable(folder, ".", O_RDONLY | O_DIRECTORY);
+        FolderNames all;
+        std::vector<std::string> names;
+        if (!readable.isOpen() || all.read(readable, kMostBytes)) {
+            return names;
+        }
+        for (std::string name = all.take(); !name.empty() && used <= kMostBytes; name = all.take()) {
+            if (name.starts_with(prefix)) {
+                used += sizeof name + more + name.size();
+                names.push_back(std::move(name));
+            }
+        }
+        std::sort(names.begin(), names.end());
+        return names;
+    }
+
+    const FileDescriptor& top;
+    std::vector<std::string> entries;
+    std::size_t used = 0;
+};
 
 } // namespace
 
@@ -139,9 +163,7 @@ std::optional<std::string> OpenFolder::fileHead(const std::string& name, std::si
 }
 
 std::vector<std::string> OpenFolder::tree(const std::string& prefix) const {
-    std::vector<std::string> entries;
-    appendTree(descriptor(), "", prefix, 0, entries);
-    return entries;
+    return TreeList(descriptor()).pathsWith(prefix);
 }
 
 std::error_code OpenFolder::remove(const std::string& path) const {

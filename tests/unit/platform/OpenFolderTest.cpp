@@ -104,6 +104,30 @@ TEST(Tree, EndsAtAHundredAndTwentyEightLevels) {
     EXPECT_EQ(treeBelow(folder.path()).size(), 129U);
 }
 
+TEST(Tree, IsNothingIfItsPathsTakeMoreThanSixtyFourMebibytes) {
+    const TempFolder folder;
+    const std::string longName(250, 'n');
+    FileDescriptor deepest(folder.path().c_str(), O_RDONLY | O_DIRECTORY);
+    for (int level = 0; level < 120; ++level) {
+        ASSERT_EQ(::mkdirat(deepest.get(), longName.c_str(), 0755), 0);
+        deepest = FileDescriptor(deepest, longName.c_str(), O_RDONLY | O_DIRECTORY);
+    }
+    const auto makeFiles = [&deepest](int from, int to) {
+        for (int i = from; i < to; ++i) {
+            const std::string name = "file" + std::to_string(i);
+            ASSERT_TRUE(FileDescriptor(deepest, name.c_str(), O_WRONLY | O_CREAT, 0600).isOpen());
+        }
+    };
+    makeFiles(0, 2000);
+    EXPECT_EQ(treeBelow(folder.path()).size(), 2120U) << "some 60 MiB";
+    makeFiles(2000, 2300);
+    EXPECT_THAT(treeBelow(folder.path()), IsEmpty()) << "some 69 MiB";
+    EXPECT_THAT(treeBelow(folder.path(), "other"), IsEmpty());
+    writeFile(folder / "other", "");
+    EXPECT_THAT(treeBelow(folder.path(), "other"), ElementsAre("other"));
+    EXPECT_FALSE(removeTree((folder / longName).c_str()));
+}
+
 TEST(Tree, HoldsOnlyWhatBeginsWithThePrefix) {
     const TempFolder folder;
     for (const char* name : {"a", "ab/c", "abc", "b", "x/ab"}) {
