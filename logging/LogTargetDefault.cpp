@@ -235,8 +235,10 @@ bool LogTargetDefault::SegmentLogFile(bool /*ignored*/) {
     if (!entry) {
         return false;
     }
-    const bool isDue = entry->size >= segmentSizeLimit(getLogLevel());
-    return !isDue || rotate(keepsCopies, now.tv_sec);
+    // What somebody puts in the place of the open log does not say how large that is.
+    const bool isOfTheLog = !file->isOpen() || file->isNamed(logFilePath);
+    const long long size = isOfTheLog ? file->size().value_or(entry->size) : 0;
+    return size < segmentSizeLimit(getLogLevel()) || rotate(keepsCopies, now.tv_sec);
 }
 
 bool LogTargetDefault::rotate(bool keepsCopies, std::int64_t now) {

@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <array>
+#include <atomic>
 #include <climits>
 #include <cstdio>
 #include <cstdlib>
@@ -8,11 +9,13 @@
 #include <fstream>
 #include <regex>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -164,6 +167,31 @@ INSTANTIATE_TEST_SUITE_P(
                     LevelCase{elmu::ERROR, 10485759, false}, LevelCase{elmu::ERROR, 10485760, true},
                     LevelCase{elmu::NONE, 10485760, true}, LevelCase{15, 10485760, true},
                     LevelCase{-1, 10485760, true}));
+
+#ifdef RENAME_EXCHANGE
+TEST_F(Rotation, DoesNotHappenForTheSizeOfWhatIsInTheLogsPlaceForAMoment) {
+    if (::geteuid() != 0) {
+        GTEST_SKIP() << "needs root: an ordinary user's own file may have two names";
+    }
+    ASSERT_EQ(::chmod(home.path().c_str(), 0777), 0);
+    const std::string large = home / "large"; // refused as a log: it has a second name
+    fill(1000);
+    ::fill(large, infoLimit);
+    fs::create_hard_link(large, home / "second");
+    std::atomic<bool> isDone = false;
+    std::thread racer([&] {
+        while (!isDone) {
+            ::renameat2(AT_FDCWD, path.c_str(), AT_FDCWD, large.c_str(), RENAME_EXCHANGE);
+        }
+    });
+    for (int i = 0; i < 3000; ++i) {
+        target.SegmentLogFile(true);
+    }
+    isDone = true;
+    racer.join();
+    EXPECT_THAT(copies(), IsEmpty());
+}
+#endif
 
 TEST_F(Rotation, PutsTheWholeContentIntoADatedCopyAndEmptiesTheLog) {
     fill();
