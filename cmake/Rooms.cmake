@@ -28,6 +28,9 @@ function(hcd_room target room directory)
     target_include_directories(${target} PUBLIC "$<BUILD_INTERFACE:${root}>"
                                                 "$<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>")
     target_link_libraries(${target} PRIVATE "$<BUILD_INTERFACE:hcd_build>" "$<BUILD_INTERFACE:hcd_hardening>")
+    if(HCD_SANITIZE)
+        target_compile_options(${target} PRIVATE -O1) # tests with sanitizers spend most of their time here
+    endif()
     target_compile_features(${target} PUBLIC cxx_std_20)
     set_property(TARGET ${target} PROPERTY HCD_ROOM "${room}")
     set_property(TARGET ${target} PROPERTY HCD_HEADERS ${ARG_HEADERS} ${ARG_OWN_HEADERS})
