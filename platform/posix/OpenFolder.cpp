@@ -12,7 +12,7 @@ namespace platform {
 namespace {
 
 constexpr int kMostLevels = 128;
-constexpr std::size_t kMostBytes = 64 * 1024 * 1024;
+constexpr std::size_t kMostBytes = std::size_t{64} * 1024 * 1024;
 
 dev_t deviceOf(const FileDescriptor& folder) {
     const auto status = statusOf(folder);
@@ -108,7 +108,7 @@ class TreeList {
         }
         for (std::string name = all.take(); !name.empty() && used <= kMostBytes; name = all.take()) {
             if (name.starts_with(prefix)) {
-                used += sizeof name + more + name.size();
+                used += sizeof(std::string) + more + name.size();
                 names.push_back(std::move(name));
             }
         }
