@@ -8,9 +8,12 @@
 #include <optional>
 #include <utility>
 
+#include <sched.h>
 #include <sys/ipc.h>
 #include <sys/sem.h>
 #include <unistd.h>
+
+#include "platform/Processor.h"
 
 namespace elmu {
 
@@ -21,6 +24,11 @@ constexpr unsigned short kUserCount = 0;
 constexpr unsigned short kLock = 1;
 constexpr int kMemberCount = 2;
 constexpr int kMostTries = 8;
+
+/// How often to try before blocking: some ten microseconds if nobody else wants to run. Pauses alone are of
+/// no use if the holder waits for this processor.
+constexpr int kTriesWithPauses = 8;
+constexpr int kMostTriesToTake = 40;
 
 /// To make or remove a set takes microseconds. A second is enough for a maker under load, and short enough
 /// for a program whose set was left by a killed maker. The wait for a removal is shorter, for two reasons. A
@@ -209,7 +217,24 @@ bool BinaryLock::create(std::string path, int id) {
     return false;
 }
 
-bool BinaryLock::wait() { return apply(semId, std::array{operation(kLock, -1, SEM_UNDO)}); }
+/// Whoever blocks costs everybody two switches between processes, because the system then hands the lock over
+/// in turn. Holders need it for microseconds, so most waits end before that.
+bool BinaryLock::wait() {
+    for (int tries = 0; tries < kMostTriesToTake; ++tries) {
+        if (apply(semId, std::array{operation(kLock, -1, SEM_UNDO | IPC_NOWAIT)})) {
+            return true;
+        }
+        if (errno != EAGAIN) {
+            return false;
+        }
+        if (tries < kTriesWithPauses) {
+            platform::pauseBriefly();
+        } else {
+            ::sched_yield();
+        }
+    }
+    return apply(semId, std::array{operation(kLock, -1, SEM_UNDO)});
+}
 
 bool BinaryLock::release() {
     if (apply(semId, std::array{operation(kLock, 1, SEM_UNDO)})) {

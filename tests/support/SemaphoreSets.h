@@ -5,6 +5,7 @@
 #include <optional>
 #include <string>
 
+#include <sched.h>
 #include <sys/ipc.h>
 #include <sys/sem.h>
 
@@ -13,6 +14,10 @@ namespace support {
 
 /// The project number under which a log file has its set.
 inline constexpr int logProject = 11;
+
+/// The members of a log's set.
+inline constexpr unsigned short userCount = 0;
+inline constexpr unsigned short lockMember = 1;
 
 /// What `semctl` takes as its fourth argument.
 union SemaphoreArgument {
@@ -46,6 +51,13 @@ inline bool setMemberValue(int set, unsigned short member, int value) {
 /// How many processes or threads wait to take `member` down.
 inline int waitersFor(int set, unsigned short member) { return ::semctl(set, member, GETNCNT); }
 
+/// Returns when a thread or process waits for the lock of `set`.
+inline void untilSomebodyWaits(int set) {
+    while (waitersFor(set, lockMember) == 0) {
+        ::sched_yield();
+    }
+}
+
 inline void removeSemaphoreSet(int set) { ::semctl(set, 0, IPC_RMID); }
 
 /// Removes the sets of all files below `folder`.
@@ -57,9 +69,5 @@ inline void removeSemaphoreSetsBelow(const std::string& folder) {
         }
     }
 }
-
-/// The members of a log's set.
-inline constexpr unsigned short userCount = 0;
-inline constexpr unsigned short lockMember = 1;
 
 } // namespace support

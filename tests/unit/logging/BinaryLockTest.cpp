@@ -6,7 +6,6 @@
 #include <gtest/gtest.h>
 
 #include <pthread.h>
-#include <sched.h>
 #include <sys/ipc.h>
 #include <sys/sem.h>
 #include <unistd.h>
@@ -29,6 +28,7 @@ using support::ScopedAlarm;
 using support::semaphoreSetExists;
 using support::semaphoreSetOf;
 using support::setMemberValue;
+using support::untilSomebodyWaits;
 using support::userCount;
 
 class Lock : public testing::Test {
@@ -41,13 +41,6 @@ class Lock : public testing::Test {
 
     int makeSet(int members, int mode) const {
         return ::semget(::ftok(path.c_str(), logProject), members, IPC_CREAT | IPC_EXCL | mode);
-    }
-
-    /// Returns when a thread or process waits for the lock of `set`.
-    static void untilSomebodyWaits(int set) {
-        while (support::waitersFor(set, lockMember) == 0) {
-            ::sched_yield();
-        }
     }
 
     /// Takes the lock and fails to give it back, because the system refuses `calls`. The lock must be closed
