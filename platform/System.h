@@ -27,7 +27,9 @@ std::optional<std::int32_t> olderVersionNumber(VersionPart part);
 /// The hardware name as `uname` gives it, such as "x86_64". Nothing when the query fails.
 std::optional<std::string> machineName();
 
-/// The kernel's id of the calling thread, as its low 32 bits, signed.
+/// The kernel's id of the calling thread, as its low 32 bits, signed. The kernel is asked once for each
+/// thread. A child must be made by `fork`: the system's own calls below it do not tell that there is a new
+/// thread.
 std::int32_t threadId();
 
 } // namespace platform

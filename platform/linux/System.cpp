@@ -7,6 +7,7 @@
 #include <unistd.h>
 
 #include "../posix/SystemNames.h"
+#include "../posix/ThreadId.h"
 #include "HostRules.h"
 #include "platform/Files.h"
 
@@ -42,6 +43,6 @@ std::optional<std::int32_t> olderVersionNumber(VersionPart part) {
     return static_cast<std::int32_t>(numbers[static_cast<std::size_t>(part)]);
 }
 
-std::int32_t threadId() { return static_cast<std::int32_t>(::gettid()); }
+std::int32_t kernelsThreadId() { return static_cast<std::int32_t>(::gettid()); }
 
 } // namespace platform

@@ -6,6 +6,7 @@
 #include <pthread.h>
 #include <unistd.h>
 
+#include "../posix/ThreadId.h"
 #include "Foundation.h"
 
 #ifdef GNUSTEP
@@ -57,7 +58,7 @@ std::optional<std::int32_t> olderVersionNumber(VersionPart part) {
     return error == noErr ? std::optional<std::int32_t>(number) : std::nullopt;
 }
 
-std::int32_t threadId() {
+std::int32_t kernelsThreadId() {
 #ifdef __APPLE__
     std::uint64_t id = 0;
     ::pthread_threadid_np(nullptr, &id);

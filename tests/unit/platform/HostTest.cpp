@@ -131,6 +131,18 @@ TEST(System, TheFirstThreadHasTheNumberOfTheProcess) {
     EXPECT_EQ(child::resultOf([] { return std::to_string(threadId() - ::getpid()); }), "0");
 }
 
+TEST(System, AForkedChildHasTheNumberOfItsOwnThread) {
+    const std::int32_t parents = threadId();
+    const auto childsIn = [](long id) { return threadId() == id ? "own" : "another's"; };
+    EXPECT_EQ(child::resultOf([&] { return childsIn(::syscall(SYS_gettid)); }), "own");
+    EXPECT_EQ(child::resultOf([&] {
+                  threadId();
+                  return child::resultOf([&] { return childsIn(::syscall(SYS_gettid)); });
+              }),
+              "own");
+    EXPECT_EQ(threadId(), parents);
+}
+
 TEST(System, EveryThreadHasTheKernelsNumber) {
     std::int32_t own = 0;
     long kernels = 0;
