@@ -6,6 +6,7 @@
 
 #include <langinfo.h>
 
+#include <elmu/logging/PlainFormat.h>
 #include <elmu/logging/ArgumentList.h>
 
 namespace elmu {
@@ -47,6 +48,12 @@ bool getDatetime(std::string& stamp, std::int64_t now) {
 int getLogMessage(char* buffer, unsigned long size, const char* format, char* args) {
     if (args == nullptr) {
         return 0;
+    if (size > 1) {
+        ArgumentList list(args);
+        if (const auto length = formatPlainly(buffer, size - 1, format, list.get())) {
+            return *length;
+        }
+    }
     }
     ArgumentList list(args);
     return std::vsnprintf(buffer, size - 1, format, list.get());
