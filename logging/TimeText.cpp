@@ -1,13 +1,12 @@
 #include <elmu/logging/TimeText.h>
 
 #include <cstdio>
-#include <cstdlib>
 #include <ctime>
 
 #include <langinfo.h>
 
-#include <elmu/logging/PlainFormat.h>
 #include <elmu/logging/ArgumentList.h>
+#include <elmu/logging/PlainFormat.h>
 
 namespace elmu {
 
@@ -48,12 +47,12 @@ bool getDatetime(std::string& stamp, std::int64_t now) {
 int getLogMessage(char* buffer, unsigned long size, const char* format, char* args) {
     if (args == nullptr) {
         return 0;
+    }
     if (size > 1) {
         ArgumentList list(args);
         if (const auto length = formatPlainly(buffer, size - 1, format, list.get())) {
             return *length;
         }
-    }
     }
     ArgumentList list(args);
     return std::vsnprintf(buffer, size - 1, format, list.get());
@@ -70,21 +69,14 @@ std::size_t formatLocalTime(std::int64_t seconds, const char* pattern, char* buf
     return std::strftime(buffer, size, pattern, &local);
 }
 
-bool CurrentSecondText::holds(std::int64_t seconds, const char* zone, const char* locale) const {
-    const bool sameZone = zone == nullptr ? !heldZone : heldZone == zone;
-    return !heldText.empty() && seconds == heldSeconds && sameZone && locale == heldLocale;
-}
-
 std::size_t CurrentSecondText::format(std::int64_t seconds, char* buffer, std::size_t size) {
-    const char* zone = std::getenv("TZ");
     const char* locale = ::nl_langinfo(D_FMT);
-    if (holds(seconds, zone, locale)) {
+    if (!heldText.empty() && seconds == heldSeconds && locale == heldLocale) {
         return heldText.copy(buffer, size);
     }
     const std::size_t length = formatLocalTime(seconds, "%x %X", buffer, size);
     heldText.assign(buffer, length);
     heldSeconds = seconds;
-    heldZone = zone == nullptr ? std::nullopt : std::optional<std::string>(zone);
     heldLocale = locale;
     return length;
 }

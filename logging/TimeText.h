@@ -2,7 +2,6 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <optional>
 #include <string>
 
 #include <sys/time.h>
@@ -41,18 +40,14 @@ int getLogMessage(char* buffer, unsigned long size, const char* format, char* ar
 std::size_t formatLocalTime(std::int64_t seconds, const char* pattern, char* buffer, std::size_t size);
 
 /// The text of the second in which records are being written, so that the records of one second pay for it
-/// once. A change of the variable TZ or of the locale shows at once, a new zone file of the system with the
-/// next second.
+/// once. A change of the locale shows at once, one of the time zone with the next second.
 class CurrentSecondText {
   public:
     /// What `formatLocalTime` gives for "%x %X".
     std::size_t format(std::int64_t seconds, char* buffer, std::size_t size);
 
   private:
-    bool holds(std::int64_t seconds, const char* zone, const char* locale) const;
-
     std::int64_t heldSeconds = 0;
-    std::optional<std::string> heldZone;
     const char* heldLocale = nullptr;
     std::string heldText;
 };

