@@ -24,10 +24,10 @@ bool mayHoldElement(const char* message);
 void maskContent(std::string& text, std::size_t openPosition, std::size_t closePosition,
                  std::size_t openLength);
 
-/// Masks the content of the first element of each of the lower-case names `tags`, one after the other, in
+/// Masks the content of the first element of each of the lower-case names `names`, one after the other, in
 /// `out`, which must equal `message` on entry. Tags are found in any case and keep theirs. Only a bare
 /// opening tag counts, and the first closing tag anywhere ends it. An empty first element is left, and so are
-/// all later elements of its name.
-void maskElements(const std::vector<std::string>& tags, std::string_view message, std::string& out);
+/// all later elements of its name. Names have no angle brackets. The message is searched once.
+void maskElements(const std::vector<std::string>& names, std::string_view message, std::string& out);
 
 } // namespace elmu

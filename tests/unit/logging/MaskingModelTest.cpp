@@ -116,7 +116,7 @@ class Messages {
     std::size_t family = 0;
 };
 
-constexpr int messageCount = 300000;
+constexpr int messageCount = 1000000;
 constexpr int sampleCount = 10000;
 
 /// Three elements of one character each find room in a message; what grows more repeats a part of itself.
