@@ -1,14 +1,16 @@
 #include <elmu/logging/LogTargetDefault.h>
 
+#include <array>
 #include <cstdio>
 #include <exception>
-#include <optional>
+#include <string_view>
 #include <utility>
 
 #include "platform/LogFile.h"
 #include "platform/System.h"
 #include <elmu/logging/BinaryLock.h>
 #include <elmu/logging/DatedCopy.h>
+#include <elmu/logging/LogStream.h>
 #include <elmu/logging/PathText.h>
 #include <elmu/logging/Segmentation.h>
 #include <elmu/logging/SensitiveData.h>
@@ -24,6 +26,7 @@ constexpr int kLockProject = 11;
 constexpr std::size_t kMessageBufferSize = 4096;
 constexpr std::size_t kTimeBufferSize = 256;
 constexpr std::size_t kUsualLineSize = 512;
+constexpr std::size_t kMostSpareMemory = 65536;
 constexpr std::int32_t kSegmentCheckSeconds = 900;
 constexpr int kDaysOfCopies = 2;
 constexpr std::size_t kMarkerSize = 9;
@@ -33,34 +36,40 @@ bool threadIdsAvailable(long majorNumber, long minorNumber) { return majorNumber
 
 const char* orEmpty(const char* text) { return text == nullptr ? "" : text; }
 
+/// Writes a colon and three digits into `buffer` of `size` bytes, as far as they fit.
+void appendMilliseconds(int milliseconds, char* buffer, std::size_t size) {
+    const auto digit = [milliseconds](int unit) { return static_cast<char>('0' + milliseconds / unit % 10); };
+    const std::array<char, 4> text = {':', digit(100), digit(10), digit(1)};
+    buffer[std::string_view(text.data(), text.size()).copy(buffer, size - 1)] = '\0';
+}
+
+/// The message of a record. Works in `buffer` before the lock is taken, so that others wait less.
+const char* expand(const char* format, char* args, char (&buffer)[kMessageBufferSize]) {
+    if (args == nullptr) {
+        return orEmpty(format);
+    }
+    buffer[0] = '\0';
+    getLogMessage(buffer, sizeof buffer, orEmpty(format), args);
+    return buffer;
+}
+
+/// An empty text with the memory of an earlier one.
+std::string taken(std::string& spare) {
+    std::string text = std::exchange(spare, {});
+    text.clear();
+    return text;
+}
+
+/// Keeps the memory of `text` unless it is unusually much.
+void giveBack(std::string& spare, std::string&& text) {
+    if (text.capacity() <= kMostSpareMemory) {
+        spare = std::move(text);
+    }
+}
+
 /// In 32 bits that wrap around.
 std::int32_t secondsBetween(std::int32_t earlier, std::int32_t later) {
     return static_cast<std::int32_t>(static_cast<std::uint32_t>(later) - static_cast<std::uint32_t>(earlier));
-}
-
-/// The log file that `s` was opened on. The mark goes along when the stream is moved or swapped.
-void*& logOf(std::ios& s) {
-    static const int mark = std::ios::xalloc();
-    return s.pword(mark);
-}
-
-/// Whether what is inserted into `s` goes through the descriptor with which it was opened on `log`, as far as
-/// the stream tells.
-bool leadsTo(std::fstream& s, const platform::LogFile& log) {
-    const bool hasItsOwnBuffer = static_cast<const std::ios&>(s).rdbuf() == s.rdbuf();
-    return hasItsOwnBuffer && logOf(s) == &log;
-}
-
-/// Opens `s` on the file that `log` has open, so that each insertion is written at once, and lets `log` write
-/// through the stream's descriptor.
-void openStream(std::fstream& s, platform::LogFile& log) {
-    const int descriptor = log.nextDescriptor();
-    s.rdbuf()->pubsetbuf(nullptr, 0);
-    s.open(log.reopenPath(), std::ios::out | std::ios::app);
-    s << std::unitbuf;
-    if (s.is_open()) {
-        log.attach(descriptor);
-    }
 }
 
 } // namespace
@@ -99,7 +108,7 @@ bool LogTargetDefault::SetStreamHandle(std::fstream& s) {
     }
     if (&s == &stream) {
         file = std::move(opened);
-        logOf(s) = file.get();
+        markAsOpenedOn(stream, *file);
     }
     return s.good();
 }
@@ -168,6 +177,8 @@ bool LogTargetDefault::writeLog(Log_Level level, const char* context1, const cha
     if (getLogLevel() > level) {
         return true;
     }
+    char expanded[kMessageBufferSize];
+    const char* const message = expand(format, args, expanded);
     const LockHolder held(locked ? &logLock : nullptr);
     if (locked && !held) {
         return true;
@@ -178,16 +189,10 @@ bool LogTargetDefault::writeLog(Log_Level level, const char* context1, const cha
     if (headerPending) {
         logHeader(levels::info, context1, context2, context3, context4, nullptr, false);
     }
-    char expanded[kMessageBufferSize];
-    expanded[0] = '\0';
-    const char* message = orEmpty(format);
-    if (args != nullptr) {
-        getLogMessage(expanded, sizeof expanded, message, args);
-        message = expanded;
-    }
-    std::string line;
+    std::string line = taken(spareLine);
     formatLog(timeMs, level, context1, context2, context3, context4, detail1, detail2, message, line);
     WriteStream(line.c_str());
+    giveBack(spareLine, std::move(line));
     return true;
 } catch (const std::exception&) {
     // Out of memory: the record is dropped.
@@ -311,19 +316,18 @@ void LogTargetDefault::WriteStream(const char* text) {
     if (!stream.good()) {
         return;
     }
-    std::string line = text;
-    line += '\n';
-    const auto end = leadsTo(stream, *file) ? file->attachedSize() : std::nullopt;
-    if (!end) {
+    std::string line = taken(spareOutput);
+    const bool goesToLog = leadsTo(stream, *file);
+    if (goesToLog && endsInUnfinishedRecord(*file, file->end())) {
+        line += '\n';
+    }
+    line.append(text).append("\n");
+    if (!goesToLog) {
         stream << line << std::flush;
-        return;
-    }
-    if (endsInUnfinishedRecord(*file, *end)) {
-        line.insert(0, 1, '\n');
-    }
-    if (file->append(line)) {
+    } else if (file->append(line)) {
         stream.setstate(std::ios::badbit);
     }
+    giveBack(spareOutput, std::move(line));
 }
 
 void LogTargetDefault::getTimeStr(unsigned long long timeMs, char* buffer) {
@@ -338,7 +342,7 @@ void LogTargetDefault::getTimeStr(unsigned long long timeMs, char* buffer) {
     lastRecordTime = static_cast<std::int32_t>(seconds);
     const std::size_t length = timeMs == 0 ? currentSecond.format(seconds, buffer, kTimeBufferSize)
                                            : formatLocalTime(seconds, "%x %X", buffer, kTimeBufferSize);
-    std::snprintf(buffer + length, kTimeBufferSize - length, ":%.3d", milliseconds);
+    appendMilliseconds(milliseconds, buffer + length, kTimeBufferSize - length);
 }
 
 std::string LogTargetDefault::getCurrentThreadID() const {

@@ -131,6 +131,8 @@ class LogTargetDefault : public LogTargetBase {
     std::vector<std::string> xmlTagNameList;
 
   private:
+    std::string spareLine;   ///< memory for the next record's line
+    std::string spareOutput; ///< memory for what is written of it
     CurrentSecondText currentSecond;
     /// Never null. Writes through the descriptor of `stream` while that leads to it.
     std::unique_ptr<platform::LogFile> file;

@@ -57,9 +57,17 @@ class LogFile {
     void attach(int descriptor);
     void detach();
 
-    /// The size of the file. Nothing if the attached descriptor, or whatever has its number now, is not open
-    /// on it.
-    std::optional<long long> attachedSize() const;
+    /// Whether a descriptor was attached that was open on the file then.
+    bool hasAttached() const;
+
+    /// The same, and the attached descriptor, or whatever has its number now, is open on the file now.
+    bool isAttached() const;
+
+    /// Where the file ends, by the attached descriptor. 0 if it is a device, or none is attached.
+    long long end() const;
+
+    /// Tells this object from all others of the process, also from earlier ones.
+    long number() const;
 
     std::optional<long long> size() const;
 
@@ -67,9 +75,8 @@ class LogFile {
     std::optional<std::string> tail(long long end, std::size_t most) const;
 
     /// Writes `bytes` through the attached descriptor, which appends. Makes one call of the system, and more
-    /// only where the system took a part. Fails if none is attached; `attachedSize` tells whether it still
-    /// leads to the file. On failure the part that got into the file is cut off again, unless something
-    /// follows it or the file cannot be read.
+    /// only where the system took a part. Fails if none is attached. On failure the part that got into the
+    /// file is cut off again, unless something follows it or the file cannot be read.
     std::error_code append(std::string_view bytes) const;
 
     /// Cuts the file to nothing. A device has nothing to cut.
@@ -86,6 +93,7 @@ class LogFile {
     std::string fileName;
     std::unique_ptr<FileDescriptor> file;
     int attached = -1;
+    long ownNumber;
     dev_t device = 0;
     ino_t inode = 0;
 };

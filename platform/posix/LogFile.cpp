@@ -1,6 +1,7 @@
 #include "platform/LogFile.h"
 
 #include <algorithm>
+#include <atomic>
 
 #include "FileStatus.h"
 #include "SafePath.h"
@@ -84,7 +85,10 @@ std::error_code letBlock(const FileDescriptor& file) {
 
 } // namespace
 
-LogFile::LogFile() : file(std::make_unique<FileDescriptor>()) {}
+LogFile::LogFile() : file(std::make_unique<FileDescriptor>()) {
+    static std::atomic<long> objects = 0;
+    ownNumber = ++objects;
+}
 
 LogFile::~LogFile() = default;
 
@@ -153,19 +157,23 @@ int LogFile::nextDescriptor() const {
 
 void LogFile::attach(int descriptor) {
     attached = descriptor;
-    if (!attachedSize() || ::fcntl(attached, F_SETFD, FD_CLOEXEC) == -1) {
+    if (!isAttached() || ::fcntl(attached, F_SETFD, FD_CLOEXEC) == -1) {
         detach();
     }
 }
 
 void LogFile::detach() { attached = -1; }
 
-std::optional<long long> LogFile::attachedSize() const {
+bool LogFile::hasAttached() const { return attached != -1; }
+
+bool LogFile::isAttached() const {
     struct stat status = {};
-    const bool isOpenOnIt =
-        isOpen() && ::fstat(attached, &status) == 0 && status.st_dev == device && status.st_ino == inode;
-    return isOpenOnIt ? std::optional<long long>(status.st_size) : std::nullopt;
+    return isOpen() && ::fstat(attached, &status) == 0 && status.st_dev == device && status.st_ino == inode;
 }
+
+long long LogFile::end() const { return std::max(::lseek(attached, 0, SEEK_END), off_t{0}); }
+
+long LogFile::number() const { return ownNumber; }
 
 std::optional<long long> LogFile::size() const {
     const auto status = isOpen() ? statusOf(*file) : std::nullopt;

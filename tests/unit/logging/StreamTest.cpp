@@ -380,6 +380,55 @@ TEST_F(Stream, LeavesNoDescriptorOpen) {
     EXPECT_EQ(support::openDescriptors(), before);
 }
 
+TEST_F(Stream, StaysWithARenamedFileAlsoWhenItsSizeIsDue) {
+    for (const bool isReplaced : {false, true}) {
+        ASSERT_TRUE(enroll());
+        write("first");
+        const std::string moved = home / (isReplaced ? "replaced.log" : "moved.log");
+        fs::rename(path, moved);
+        if (isReplaced) {
+            writeFile(path, "foreign");
+        }
+        target.lastSegmentCheckTime -= 900;
+        write("second");
+        write("third");
+        EXPECT_THAT(readFile(moved),
+                    AllOf(HasSubstr(" | first\n"), HasSubstr(" | second\n"), EndsWith(" | third\n")));
+        EXPECT_TRUE(target.stream.good());
+        if (isReplaced) {
+            EXPECT_EQ(readFile(path), "foreign");
+        }
+        fs::remove(path);
+    }
+}
+
+TEST_F(Stream, CanBeReadWhereItsOwnerOpensItForThat) {
+    enroll();
+    write("earlier");
+    target.stream.close();
+    target.stream.open(path, std::ios::in | std::ios::out | std::ios::app);
+    const std::string before = content();
+    write("one");
+    write("two");
+    const std::string whole = content();
+    EXPECT_THAT(whole, AllOf(StartsWith(before), HasSubstr(" | one\n"), EndsWith(" | two\n")));
+    target.stream.seekg(0);
+    std::string line;
+    std::string lines;
+    while (std::getline(target.stream, line)) {
+        lines += line + "\n";
+    }
+    EXPECT_EQ(lines, whole);
+}
+
+TEST_F(Stream, TellsWhereTheLastRecordEnded) {
+    enroll();
+    write("record");
+#ifndef _LIBCPP_VERSION // which remembers the position
+    EXPECT_EQ(target.stream.tellp(), static_cast<std::streamoff>(content().size()));
+#endif
+}
+
 TEST_F(Stream, EndsAKilledWritersLineAlsoBehindALink) {
     std::string torn = "11/21/26 10:58:49:007 | [INFO] | ";
     torn.resize(4096, 'x');

@@ -5,6 +5,7 @@
 #include <fstream>
 #include <memory>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include <gmock/gmock.h>
@@ -12,6 +13,7 @@
 
 #include <sys/sem.h>
 
+#include "Allocations.h"
 #include "support/Clock.h"
 #include "support/FileTargetTest.h"
 #include "support/Scopes.h"
@@ -193,6 +195,48 @@ TEST_F(WriteLog, WritesAnUnlockedRecordWhileAnotherHoldsTheLock) {
     EXPECT_TRUE(writeUnlocked("unlocked"));
     EXPECT_TRUE(holder.release());
     EXPECT_EQ(message(), "unlocked");
+}
+
+TEST_F(WriteLog, ExpandsTheMessageBeforeItWaitsForTheLock) {
+    const ScopedAlarm deadline(100);
+    enroll();
+    elmu::BinaryLock holder;
+    ASSERT_TRUE(holder.create(path, support::logProject));
+    ASSERT_TRUE(holder.wait());
+    std::string argument = "before";
+    std::thread writer([&] { writeFormatted("%s %5d", argument.c_str(), 1); });
+    support::untilSomebodyWaits(holder.semId);
+    argument = "behind";
+    EXPECT_TRUE(holder.release());
+    writer.join();
+    EXPECT_EQ(message(), "before     1");
+}
+
+TEST_F(WriteLog, TakesTheTimeWhenItHasTheLock) {
+    const ScopedAlarm deadline(100);
+    enroll();
+    elmu::BinaryLock holder;
+    ASSERT_TRUE(holder.create(path, support::logProject));
+    ASSERT_TRUE(holder.wait());
+    std::thread writer([&] { write("x"); });
+    support::untilSomebodyWaits(holder.semId);
+    char whenItWaited[256];
+    LogTargetDefault("clock").getTimeStr(0, whenItWaited);
+    EXPECT_TRUE(holder.release());
+    writer.join();
+    EXPECT_GE(content(), whenItWaited);
+}
+
+TEST_F(WriteLog, TakesNoMemoryAfterTheFirstRecords) {
+    enroll();
+    const std::string longMessage(4000, 'x');
+    const auto writeSome = [&] {
+        writeFormatted("%s %d %lu", "text", 1, 2UL);
+        writeFormatted("%s %5.2f", longMessage.c_str(), 1.5);
+        write("a < b");
+    };
+    writeSome();
+    EXPECT_EQ(allocationsOf(writeSome), 0);
 }
 
 TEST_F(WriteLog, DropsALockedRecordWithoutRegistration) {

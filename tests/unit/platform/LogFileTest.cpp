@@ -95,7 +95,7 @@ class OpenLogFile : public testing::Test {
 TEST_F(OpenLogFile, IsNotOpenAtFirst) {
     EXPECT_FALSE(log.isOpen());
     EXPECT_EQ(log.size(), std::nullopt);
-    EXPECT_EQ(log.attachedSize(), std::nullopt);
+    EXPECT_FALSE(log.isAttached());
     EXPECT_EQ(log.tail(0, 10), std::nullopt);
     EXPECT_TRUE(log.append("x"));
     EXPECT_TRUE(log.empty());
@@ -200,7 +200,7 @@ TEST_F(OpenLogFile, ForgetsTheAttachedDescriptorOfTheEarlierFile) {
     ASSERT_FALSE(open(top / "other"));
     log.append("x");
     EXPECT_EQ(readFile(path), "");
-    EXPECT_EQ(log.attachedSize(), std::nullopt);
+    EXPECT_FALSE(log.isAttached());
 }
 
 TEST_F(OpenLogFile, ClosesFileAndFolder) {
@@ -209,7 +209,7 @@ TEST_F(OpenLogFile, ClosesFileAndFolder) {
     EXPECT_FALSE(log.isOpen());
     EXPECT_FALSE(log.folder().isOpen());
     EXPECT_FALSE(log.isNamed(path));
-    EXPECT_EQ(log.attachedSize(), std::nullopt);
+    EXPECT_FALSE(log.isAttached());
     EXPECT_TRUE(log.append("x"));
     EXPECT_EQ(readFile(path), "");
     EXPECT_FALSE(open(path)) << "it can be opened again";
@@ -380,7 +380,7 @@ TEST_F(OpenLogFile, OpensAgainByItsReopenPathWhateverItsName) {
         const FileDescriptor again(log.reopenPath().c_str(), O_WRONLY | O_APPEND);
         ASSERT_TRUE(again.isOpen()) << log.reopenPath();
         log.attach(again.get());
-        EXPECT_TRUE(log.attachedSize()) << "it is another file";
+        EXPECT_TRUE(log.isAttached()) << "it is another file";
         log.detach();
     };
     expectReopens();
@@ -407,14 +407,15 @@ TEST_F(OpenLogFile, WritesThroughTheAttachedDescriptor) {
     start("earlier ");
     const FileDescriptor attached(path.c_str(), O_WRONLY | O_APPEND);
     log.attach(attached.get());
-    EXPECT_THAT(log.attachedSize(), Optional(8));
+    EXPECT_TRUE(log.isAttached());
+    EXPECT_EQ(log.end(), 8);
     EXPECT_FALSE(log.append("later"));
     EXPECT_EQ(::lseek(attached.get(), 0, SEEK_CUR), 13) << "its offset tells who wrote";
     EXPECT_EQ(readFile(path), "earlier later");
     log.detach();
     EXPECT_EQ(log.append("!"), std::errc::bad_file_descriptor);
     EXPECT_EQ(readFile(path), "earlier later");
-    EXPECT_EQ(log.attachedSize(), std::nullopt);
+    EXPECT_FALSE(log.isAttached());
 }
 
 TEST_F(OpenLogFile, LeavesTheAttachedDescriptorOpen) {
@@ -443,12 +444,12 @@ TEST_F(OpenLogFile, AttachesNothingThatIsOpenOnAnotherFile) {
     writeFile(top / "other", "");
     const FileDescriptor foreign((top / "other").c_str(), O_WRONLY | O_APPEND);
     log.attach(foreign.get());
-    EXPECT_EQ(log.attachedSize(), std::nullopt);
+    EXPECT_FALSE(log.isAttached());
     EXPECT_EQ(log.append("x"), std::errc::bad_file_descriptor);
     EXPECT_EQ(readFile(path), "");
     EXPECT_EQ(readFile(top / "other"), "");
     log.attach(-1);
-    EXPECT_EQ(log.attachedSize(), std::nullopt);
+    EXPECT_FALSE(log.isAttached());
 }
 
 TEST_F(OpenLogFile, StaysAttachedWhenTheSameFileIsOpenedAgain) {
@@ -456,13 +457,13 @@ TEST_F(OpenLogFile, StaysAttachedWhenTheSameFileIsOpenedAgain) {
     const FileDescriptor attached(path.c_str(), O_WRONLY | O_APPEND);
     log.attach(attached.get());
     ASSERT_FALSE(log.openExisting(path));
-    EXPECT_TRUE(log.attachedSize());
+    EXPECT_TRUE(log.isAttached());
     const std::string other = top / "other";
     writeFile(other, "");
     ASSERT_FALSE(log.openExisting(other));
-    EXPECT_FALSE(log.attachedSize());
+    EXPECT_FALSE(log.isAttached());
     ASSERT_FALSE(log.openExisting(path));
-    EXPECT_FALSE(log.attachedSize()) << "it was detached";
+    EXPECT_FALSE(log.isAttached()) << "it was detached";
 }
 
 TEST_F(OpenLogFile, NoticesThatTheAttachedDescriptorWasClosed) {
@@ -470,7 +471,20 @@ TEST_F(OpenLogFile, NoticesThatTheAttachedDescriptorWasClosed) {
     FileDescriptor attached(path.c_str(), O_WRONLY | O_APPEND);
     log.attach(attached.get());
     attached.close();
-    EXPECT_EQ(log.attachedSize(), std::nullopt);
+    EXPECT_TRUE(log.hasAttached());
+    EXPECT_FALSE(log.isAttached());
+    EXPECT_EQ(log.end(), 0);
+}
+
+TEST_F(OpenLogFile, HasANumberOfItsOwn) {
+    long earlier = 0;
+    {
+        const LogFile brief;
+        EXPECT_EQ(brief.number(), brief.number());
+        earlier = brief.number();
+    }
+    EXPECT_NE(LogFile().number(), earlier);
+    EXPECT_NE(LogFile().number(), log.number());
 }
 
 TEST_F(OpenLogFile, NoticesThatAnotherFileHasTheNumberNow) {
@@ -482,7 +496,7 @@ TEST_F(OpenLogFile, NoticesThatAnotherFileHasTheNumberNow) {
     attached.close();
     const FileDescriptor foreign((top / "other").c_str(), O_WRONLY | O_APPEND);
     ASSERT_EQ(foreign.get(), number);
-    EXPECT_EQ(log.attachedSize(), std::nullopt);
+    EXPECT_FALSE(log.isAttached());
     log.empty();
     log.detach();
     EXPECT_EQ(readFile(top / "other"), "foreign");
@@ -497,7 +511,7 @@ TEST_F(OpenLogFile, TakesANumberThatLeadsToTheLogAgain) {
     attached.close();
     const FileDescriptor again(path.c_str(), O_WRONLY | O_APPEND);
     ASSERT_EQ(again.get(), number);
-    EXPECT_THAT(log.attachedSize(), Optional(0));
+    EXPECT_TRUE(log.isAttached());
 }
 
 TEST_F(OpenLogFile, TellsTheSizeThatOthersMade) {
@@ -506,10 +520,10 @@ TEST_F(OpenLogFile, TellsTheSizeThatOthersMade) {
     log.attach(attached.get());
     std::ofstream(path, std::ios::app) << "12345";
     EXPECT_THAT(log.size(), Optional(5));
-    EXPECT_THAT(log.attachedSize(), Optional(5));
+    EXPECT_EQ(log.end(), 5);
     EXPECT_FALSE(log.empty());
     EXPECT_THAT(log.size(), Optional(0));
-    EXPECT_THAT(log.attachedSize(), Optional(0));
+    EXPECT_EQ(log.end(), 0);
 }
 
 TEST_F(OpenLogFile, GivesTheBytesBeforeAnEnd) {
