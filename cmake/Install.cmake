@@ -32,7 +32,10 @@ cmake_path(RELATIVE_PATH CMAKE_INSTALL_FULL_INCLUDEDIR BASE_DIRECTORY "${CMAKE_I
 if(HCD_HOST STREQUAL macos)
     set(host_libraries " -framework Foundation -framework CoreServices -framework SystemConfiguration")
 else()
-    set(host_packages "libxml-2.0 libplist-2.0 libsystemd")
+    # In one word, so that pkg-config moves no part of it: libxml2 is left out of programs that do not use it.
+    set(host_libraries " -Wl,--push-state,--as-needed,-lxml2,--pop-state -ldl")
+    set(host_packages "libplist-2.0")
+    set(host_private_packages "libxml-2.0")
 endif()
 foreach(package elmu elmu-utils)
     configure_file("${PROJECT_SOURCE_DIR}/cmake/${package}.pc.in" "${PROJECT_BINARY_DIR}/${package}.pc" @ONLY)

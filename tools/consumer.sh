@@ -52,6 +52,16 @@ prints_xml() { # prints_xml FOLDER
     [ "$(tail -n 1 "$work/xml")" = '<greeting name="value"></greeting>' ]
 }
 
+# A program that only logs does not carry the libraries that others need: libxml2 brings ICU, libsystemd six more.
+loads_few_libraries() { # loads_few_libraries FOLDER FILE...
+    local file
+    for file in "${@:2}"; do
+        ldd "$1/$file" | tee "$work/loaded"
+        [ "$(wc -l <"$work/loaded")" -le 9 ]
+        [ "$(grep -cE 'libxml2|libicu|libsystemd' "$work/loaded")" -eq 0 ]
+    done
+}
+
 install_package() {
     configure_without_tests release
     compile release HCDCustomHook
@@ -192,6 +202,7 @@ for compiler in g++ clang++; do
             check "program ($name)" logs_a_record "$folder" logging_program
             check "shared object ($name)" logs_a_record "$folder" shared_program
             check "utils alone ($name)" prints_xml "$folder"
+            check "few libraries ($name)" loads_few_libraries "$folder" logging_program libshared_object.so
         done
         check "no tests in a folder ($compiler, $macro_kind)" has_no_tests "$folder"
     done

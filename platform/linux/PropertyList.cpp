@@ -8,9 +8,10 @@
 #include <plist/plist.h>
 
 #include "../posix/BinaryList.h"
+#include "../posix/ParsingCost.h"
+#include "../posix/XmlForm.h"
 #include "XmlListCost.h"
 #include "platform/Files.h"
-#include "platform/XmlTree.h"
 
 namespace platform {
 
@@ -21,15 +22,6 @@ struct TreeDeleter {
 };
 
 using Tree = std::unique_ptr<void, TreeDeleter>;
-
-/// Whether the text is whole, well-formed XML, no deeper than the XML parser goes.
-bool isXml(std::string_view text) {
-    const XmlParseResult result =
-        parseXml(text.data()); // the end of a whole file's text, so a NUL follows it
-    const bool isDocument = result.document != nullptr;
-    releaseXml(result.document);
-    return isDocument && text.find('\0') == std::string::npos;
-}
 
 /// Returns the content from its markup on: the home platform's reader skips a byte order mark and the blanks
 /// before an XML list. A list of another kind keeps its blanks, and is refused.
@@ -52,7 +44,7 @@ Tree parsed(const std::string& file) {
         if (isTameBinaryList(content)) {
             ::plist_from_bin(content.data(), size, &tree);
         }
-    } else if (isXml(content) && !mayTakeLongToRead(content)) {
+    } else if (!mayCostTooMuch(content) && isWholeXml(content) && !mayTakeLongToRead(content)) {
         ::plist_from_xml(content.data(), size, &tree);
     }
     return Tree(tree);

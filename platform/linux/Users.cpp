@@ -6,6 +6,7 @@
 #include <string_view>
 #include <vector>
 
+#include <dlfcn.h>
 #include <pwd.h>
 #include <systemd/sd-login.h>
 #include <unistd.h>
@@ -50,14 +51,33 @@ class OwnedText {
     char* text = nullptr;
 };
 
+struct LibraryCloser {
+    void operator()(void* library) const { ::dlclose(library); }
+};
+
+using Library = std::unique_ptr<void, LibraryCloser>;
+
+/// The login manager's library, where that manager runs: most programs never ask it, and it brings six
+/// others. Null where it is missing. It stays in memory, so that the next question costs little.
+Library loginLibrary() {
+    const bool isManaged = ::access("/run/systemd/seats/", F_OK) == 0;
+    return Library(isManaged ? ::dlopen("libsystemd.so.0", RTLD_NOW | RTLD_LOCAL | RTLD_NODELETE) : nullptr);
+}
+
+template <typename Function> Function* functionIn(const Library& library, const char* name) {
+    return library ? reinterpret_cast<Function*>(::dlsym(library.get(), name)) : nullptr;
+}
+
 /// The user of the first seat's active session, if that session is a person's.
 std::optional<uid_t> activeUser() {
+    const Library library = loginLibrary();
+    auto* const getActive = functionIn<decltype(::sd_seat_get_active)>(library, "sd_seat_get_active");
+    auto* const getClass = functionIn<decltype(::sd_session_get_class)>(library, "sd_session_get_class");
     OwnedText session;
     OwnedText sessionClass;
     uid_t uid = 0;
-    if (::sd_seat_get_active("seat0", session.place(), &uid) < 0 ||
-        ::sd_session_get_class(session.get(), sessionClass.place()) < 0 ||
-        !isPersonsSession(sessionClass.get())) {
+    if (!getActive || !getClass || getActive("seat0", session.place(), &uid) < 0 ||
+        getClass(session.get(), sessionClass.place()) < 0 || !isPersonsSession(sessionClass.get())) {
         return std::nullopt;
     }
     return uid;

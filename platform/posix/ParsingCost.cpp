@@ -8,11 +8,11 @@
 #include <string>
 #include <vector>
 
+#include "TextScan.h"
+
 namespace platform {
 
 namespace {
-
-constexpr std::string_view blanks = " \t\r\n";
 
 /// What a piece of the document holds. Numbers grow no further than `most`, so that none runs over.
 struct Amount {
@@ -55,30 +55,6 @@ bool takeBetween(std::string_view& text, std::string_view opening, std::string_v
 /// Takes a comment or an instruction off the text.
 bool takeRemark(std::string_view& text) {
     return takeBetween(text, "<!--", "-->") || takeBetween(text, "<?", "?>");
-}
-
-void skipBlanks(std::string_view& text) {
-    text.remove_prefix(std::min(text.find_first_not_of(blanks), text.size()));
-}
-
-/// Takes all up to one of `ends` off the text, which begins with that then, or is empty.
-std::string_view takeUntil(std::string_view& text, std::string_view ends) {
-    const std::string_view taken = text.substr(0, text.find_first_of(ends));
-    text.remove_prefix(taken.size());
-    return taken;
-}
-
-/// Removes a literal with its quotes from the beginning of `text` and returns it without them. Returns
-/// nothing if `text` does not begin with a complete literal.
-std::optional<std::string_view> takeLiteral(std::string_view& text) {
-    const char quote = text.empty() ? '\0' : text.front();
-    const std::size_t end = quote == '"' || quote == '\'' ? text.find(quote, 1) : std::string_view::npos;
-    if (end == std::string_view::npos) {
-        return std::nullopt;
-    }
-    const std::string_view literal = text.substr(1, end - 1);
-    text.remove_prefix(end + 1);
-    return literal;
 }
 
 /// The length of the reference to the character "&" at the beginning of the text. 0 without one.

@@ -43,11 +43,6 @@ bool isNameCharacter(char32_t character) {
     return isNameStart(character) || isIn(otherNameCharacters, character);
 }
 
-bool isXmlCharacter(char32_t character) {
-    return character == '\t' || character == '\n' || character == '\r' ||
-           (character >= 0x20 && character != 0xFFFE && character != 0xFFFF);
-}
-
 /// How many bytes a character has that begins with `first`. 0 for a byte that none begins with.
 std::size_t lengthFrom(unsigned char first) {
     return first < 0x80 ? 1 : first < 0xC2 ? 0 : first < 0xE0 ? 2 : first < 0xF0 ? 3 : first < 0xF5 ? 4 : 0;
@@ -89,6 +84,12 @@ template <typename Predicate> bool hasOnly(std::string_view text, Predicate isAl
 
 bool isUtf8(std::string_view text) {
     return hasOnly(text, [](char32_t) { return true; });
+}
+
+bool isXmlCharacter(char32_t character) {
+    return character == '\t' || character == '\n' || character == '\r' ||
+           (character >= 0x20 && character <= 0xD7FF) || (character >= 0xE000 && character <= 0xFFFD) ||
+           (character >= 0x10000 && character <= 0x10FFFF);
 }
 
 bool isXmlText(std::string_view text) { return hasOnly(text, isXmlCharacter); }

@@ -14,6 +14,7 @@
 
 using testing::Contains;
 using testing::Not;
+using testing::StartsWith;
 
 namespace {
 
@@ -70,6 +71,16 @@ class Program {
         throw std::runtime_error("no function " + name);
     }
 
+    /// The libraries that the program cannot start without.
+    std::vector<std::string> libraries() const {
+        const std::size_t names = offsetOf(dynamicValues(DT_STRTAB).at(0));
+        std::vector<std::string> found;
+        for (const std::uint64_t name : dynamicValues(DT_NEEDED)) {
+            found.push_back(textAt(names + name));
+        }
+        return found;
+    }
+
     /// The tables through which the program finds functions and data of libraries.
     std::vector<Section> tablesOfAddresses() const {
         std::vector<Section> found;
@@ -123,17 +134,24 @@ class Program {
         return found;
     }
 
-    /// The value of the entry `tag` of the dynamic section; 0 without one.
-    std::uint64_t flagsOf(ElfW(Sxword) tag) const {
+    /// The values of the entries `tag` of the dynamic section.
+    std::vector<std::uint64_t> dynamicValues(ElfW(Sxword) tag) const {
+        std::vector<std::uint64_t> found;
         for (const auto& segment : segments(PT_DYNAMIC)) {
             for (const auto& entry :
                  table<DynamicEntry>(segment.p_offset, segment.p_filesz / sizeof(DynamicEntry))) {
                 if (entry.d_tag == tag) {
-                    return entry.d_un.d_val;
+                    found.push_back(entry.d_un.d_val);
                 }
             }
         }
-        return 0;
+        return found;
+    }
+
+    /// The value of the entry `tag` of the dynamic section; 0 without one.
+    std::uint64_t flagsOf(ElfW(Sxword) tag) const {
+        const auto values = dynamicValues(tag);
+        return values.empty() ? 0 : values[0];
     }
 
     std::size_t offsetOf(ElfW(Addr) address) const {
@@ -179,6 +197,12 @@ TEST_F(BuiltTool, HasNoCodeThatCanBeWritten) {
     for (const auto& segment : tool.segments(PT_LOAD)) {
         EXPECT_NE(segment.p_flags & (PF_W | PF_X), static_cast<unsigned>(PF_W | PF_X));
     }
+}
+
+TEST_F(BuiltTool, RunsWithoutTheLoginManagersLibrary) {
+    const auto libraries = tool.libraries();
+    EXPECT_THAT(libraries, Contains(StartsWith("libc.so")));
+    EXPECT_THAT(libraries, Not(Contains(StartsWith("libsystemd"))));
 }
 
 TEST_F(BuiltTool, GuardsItsStack) { EXPECT_THAT(tool.imports(), Contains("__stack_chk_fail")); }

@@ -1,5 +1,6 @@
 #include "platform/Users.h"
 
+#include <dlfcn.h>
 #include <gtest/gtest.h>
 #include <unistd.h>
 
@@ -9,6 +10,23 @@
 using namespace platform;
 
 namespace {
+
+/// Keeps the login manager's library in memory, because a child with a root folder of its own finds no file
+/// of it there.
+class LoginLibrary {
+  public:
+    LoginLibrary() = default;
+    ~LoginLibrary() {
+        if (library) {
+            ::dlclose(library);
+        }
+    }
+    LoginLibrary(const LoginLibrary&) = delete;
+    LoginLibrary& operator=(const LoginLibrary&) = delete;
+
+  private:
+    void* library = ::dlopen("libsystemd.so.0", RTLD_NOW | RTLD_LOCAL);
+};
 
 /// A machine with a session of the given class at its first seat.
 class MachineWithSession {
@@ -32,6 +50,7 @@ class MachineWithSession {
     }
 
   private:
+    LoginLibrary library;
     child::Machine machine;
 };
 
