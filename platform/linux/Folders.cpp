@@ -56,6 +56,9 @@ std::optional<FolderPlace> userFolder(FolderKind kind) {
 }
 
 bool createPlace(const FolderPlace& place) {
+    if (itemAtPath(place.path.c_str()) == ItemKind::Folder) {
+        return true;
+    }
     const FolderAttributes ofParents = {std::nullopt, std::nullopt, place.parentMode};
     const FolderAttributes ofFolder = {std::nullopt, std::nullopt, place.mode};
     return !createFolders(deletingLastPathComponent(place.path).c_str(), &ofParents) &&

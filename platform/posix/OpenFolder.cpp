@@ -196,11 +196,10 @@ std::error_code OpenFolder::sync() const {
 
 bool isFileSafely(std::string_view path) {
     const SplitPath split = splitPath(path);
-    const std::string name(split.name);
-    const SafeFolder folder = openFolderSafely(split.folder.empty() ? "." : split.folder);
-    auto status = folder.descriptor.isOpen() ? statusIn(folder.descriptor, name.c_str()) : std::nullopt;
+    const FileDescriptor folder = openSafely(split.folder.empty() ? "." : split.folder, kPassThrough);
+    auto status = folder.isOpen() ? statusIn(folder, std::string(split.name).c_str()) : std::nullopt;
     if (status && S_ISLNK(status->st_mode)) {
-        const FileDescriptor target = openSafely(folder, name, O_RDONLY | kNeverBlocking);
+        const FileDescriptor target = openSafely(path, O_RDONLY | kNeverBlocking);
         status = target.isOpen() ? statusOf(target) : std::nullopt;
     }
     return status && !S_ISDIR(status->st_mode);

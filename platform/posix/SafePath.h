@@ -5,7 +5,8 @@
 #include "FileDescriptor.h"
 
 /// Opening by path in folders that others can write to. The kernel would follow every symlink on the way;
-/// these operations open the path component by component and follow a symlink only in three cases:
+/// these operations open the path component by component, or at once where the kernel can refuse every
+/// symlink, and follow a symlink only in three cases:
 /// - It belongs to root or to the effective user, and nobody else could have put it there: no other user can
 ///   write to its folder, or to any folder on the way from the root folder.
 /// - It belongs to the effective user, who is not root and may do what he likes with his rights.
