@@ -109,11 +109,11 @@ configure() {
 }
 
 # The tests are left out where the folder is new: they need GoogleTest.
-configure_without_tests() { # configure_without_tests PRESET
+configure_without_tests() { # configure_without_tests PRESET [OPTION...]
     local options=()
     remove_foreign_build "$1"
     [ -f "$(folder_of "$1")/build.ninja" ] || options=(-DHCD_BUILD_TESTS=OFF)
-    configure "$1" "${options[@]}"
+    configure "$1" "${options[@]}" "${@:2}"
 }
 
 compile() { # compile PRESET [TARGET...]

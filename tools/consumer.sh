@@ -114,7 +114,7 @@ build() { # build COMPILER WAY FOLDER MACROS
 has_no_tests() { # has_no_tests FOLDER: a project that adds this one as a folder gets its libraries alone
     ninja -C "$1" -t targets all >"$work/targets"
     grep -E '^elmu_logging: ' "$work/targets"
-    ! grep -E '^(unit_tests|HCDCustomHook|hook_routines|gtest|record_path|assumptions): ' "$work/targets"
+    ! grep -E '^(unit_tests|HCDCustomHook|hook_routines|gtest|throughput|assumptions): ' "$work/targets"
 }
 
 warns() { # warns COUNT SOURCE COMPILER OPTION...
