@@ -26,7 +26,7 @@ class Line {
 
     const std::string& of(Identity id) {
         putNumber(&bytes[identity + kMark.size()], kSequenceDigits, id.sequence);
-        putNumber(&bytes[identity + kProcessPlace], 2, id.process);
+        putNumber(&bytes[identity + kProcessPlace], kProcessDigits, id.process);
         return bytes;
     }
 
@@ -37,6 +37,7 @@ class Line {
 
 std::vector<Line> linesOfAllKinds(const std::string& prefix) {
     std::vector<Line> lines;
+    lines.reserve(kKinds.size());
     for (const Kind kind : kKinds) {
         lines.emplace_back(prefix + messageText(kind, {0, 0}, kMask) + "\n");
     }

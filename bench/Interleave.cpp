@@ -11,8 +11,6 @@
 
 #include "Bench.h"
 
-extern char** environ;
-
 using namespace bench;
 
 namespace {
@@ -36,6 +34,7 @@ std::vector<std::string> wordsOf(const std::string& command) {
 /// Starts the program without its output.
 pid_t start(const std::vector<std::string>& words) {
     std::vector<char*> pointers;
+    pointers.reserve(words.size() + 1);
     for (const std::string& word : words) {
         pointers.push_back(const_cast<char*>(word.c_str()));
     }

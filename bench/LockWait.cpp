@@ -81,7 +81,7 @@ std::vector<Nanoseconds> timesToTake(const Contender& contender, const std::stri
     const Shared<Nanoseconds> times(static_cast<std::size_t>(each * kProcesses));
     const auto open = contender.prepare(path);
     runTogether(kProcesses, [&](int process) {
-        Nanoseconds* const first = times.begin() + process * each;
+        Nanoseconds* const first = times.begin() + std::ptrdiff_t{process} * each;
         std::fill(first, first + each, 1);
         return [lock = open(), file = openFile(path), first, each] {
             takeInTurn(lock, file, first, first + each);
@@ -128,6 +128,7 @@ using Rounds = std::array<std::vector<Nanoseconds>, kContenders.size()>;
 
 std::string quantileOfRounds(const std::vector<std::vector<Nanoseconds>>& rounds, double part) {
     std::vector<Nanoseconds> values;
+    values.reserve(rounds.size());
     for (const auto& round : rounds) {
         values.push_back(quantile(round, part));
     }

@@ -3,6 +3,7 @@
 #include <array>
 #include <cstdio>
 #include <string>
+#include <string_view>
 
 namespace bench {
 
@@ -32,9 +33,10 @@ struct Identity {
 };
 
 inline constexpr int kSequenceDigits = 7;
+inline constexpr int kProcessDigits = 2;
 inline constexpr std::string_view kMark = "file ";                          ///< before the sequence number
 inline constexpr std::string_view kIdentity = "file 0000000 of process 00"; ///< as every message has it
-inline constexpr std::size_t kProcessPlace = kIdentity.size() - 2;          ///< in the identity
+inline constexpr std::size_t kProcessPlace = kIdentity.size() - kProcessDigits; ///< in the identity
 inline constexpr std::size_t kLongText = 4000;
 inline constexpr const char* kSecret = "swordfish";
 inline constexpr const char* kMask = "****";

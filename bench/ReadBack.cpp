@@ -1,6 +1,7 @@
 #include "ReadBack.h"
 
 #include <cctype>
+#include <charconv>
 #include <fstream>
 #include <optional>
 #include <vector>
@@ -28,16 +29,21 @@ std::string shapeOf(std::string_view text) {
     return shape;
 }
 
+/// The number in `text`; -1 if it is none.
+int numberIn(std::string_view text) {
+    int number = -1;
+    std::from_chars(text.data(), text.data() + text.size(), number);
+    return number;
+}
+
 /// The record that the line names.
-std::optional<Identity> identityIn(const std::string& line) {
-    int sequence = 0;
-    int process = 0;
+std::optional<Identity> identityIn(std::string_view line) {
     const auto place = line.rfind(kMark);
-    if (place == std::string::npos ||
-        std::sscanf(&line[place], "file %7d of process %2d", &sequence, &process) != 2) {
+    if (place == std::string::npos || line.size() - place < kIdentity.size()) {
         return std::nullopt;
     }
-    return Identity{process, sequence};
+    return Identity{numberIn(line.substr(place + kProcessPlace, kProcessDigits)),
+                    numberIn(line.substr(place + kMark.size(), kSequenceDigits))};
 }
 
 bool isWhole(std::string_view line, const std::string& message) {

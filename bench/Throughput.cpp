@@ -88,7 +88,7 @@ std::optional<Result> measure(const Contender& contender, const Case& which, con
     const Opener open = contender.prepare();
     const Nanoseconds start = runTogether(which.processes, [&](int process) {
         return [work = prepareWork(open, path, which.kind, process, recordsEach,
-                                   times.begin() + process * recordsEach),
+                                   times.begin() + std::ptrdiff_t{process} * recordsEach),
                 end = ends.begin() + process] {
             work();
             *end = now();
@@ -111,40 +111,33 @@ void runRound(std::size_t round, const Case& which, const Plan& plan, std::map<K
     }
 }
 
-/// The median of `value` over the rounds; nothing if one is void.
-template <class Value> auto medianOf(const Results& results, Value value) {
+/// The value over the rounds that the share `part` of them does not exceed, as `text` has it.
+template <class Value, class Text>
+std::string cell(const Results& results, double part, Value value, Text text) {
     std::vector<decltype(value(*results.front()))> values;
     for (const auto& result : results) {
-        if (result) {
-            values.push_back(value(*result));
+        if (!result) {
+            return kVoid;
         }
+        values.push_back(value(*result));
     }
-    return values.size() < results.size() ? std::nullopt : std::optional(median(values));
+    return text(quantile(values, part));
 }
 
-template <class Value, class Text> std::string cell(const Results& results, Value value, Text text) {
-    const auto found = medianOf(results, value);
-    return found ? text(*found) : kVoid;
+std::string timeCell(const Results& results, double part, Nanoseconds Result::* time) {
+    return cell(results, part, [time](const Result& result) { return result.*time; }, microseconds);
 }
 
-Nanoseconds longestOf(const Results& results) {
-    Nanoseconds longest = 0;
-    for (const auto& result : results) {
-        longest = std::max(longest, result ? result->longest : 0);
-    }
-    return longest;
+std::string rateCell(const Results& results) {
+    return cell(
+        results, 0.5, [](const Result& result) { return result.rate; },
+        [](double rate) { return decimal(rate, 0); });
 }
 
 void writeRow(Table& table, const Case& which, const char* contender, const Results& results) {
-    table.add({nameOf(which.kind), std::to_string(which.processes), contender,
-               cell(
-                   results, [](const Result& result) { return result.rate; },
-                   [](double rate) { return decimal(rate, 0); }),
-               cell(
-                   results, [](const Result& result) { return result.p50; }, microseconds),
-               cell(
-                   results, [](const Result& result) { return result.p99; }, microseconds),
-               microseconds(longestOf(results))});
+    table.add({nameOf(which.kind), std::to_string(which.processes), contender, rateCell(results),
+               timeCell(results, 0.5, &Result::p50), timeCell(results, 0.5, &Result::p99),
+               timeCell(results, 1, &Result::longest)});
 }
 
 /// The median of the ratios within a round.

@@ -7,7 +7,7 @@ set logscale x 2
 set xtics (1, 2, 4, 8)
 set xrange [0.9:9]
 set xlabel "processes"
-set key top left reverse Left samplen 2
+set key outside bottom center horizontal samplen 2
 set grid ytics lc rgb "#dddddd"
 messages = "'short' 'six arguments' 'tags' '4,000 characters'"
 contenders = system("awk -F'\t' 'NR > 1 && !seen[$3]++ { print $3 }' '".table."'")

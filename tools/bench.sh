@@ -17,7 +17,7 @@ entries=100000
 if [ "${1-}" = quick ]; then
     rounds=1
     starts=10
-    records=4000
+    records=8000
     entries=10000
 fi
 machine=
@@ -90,7 +90,7 @@ host_table() {
     printf 'kernel\t%s\n' "$(uname -srm)"
     printf 'system\t%s\n' "$(sed -n 's/^PRETTY_NAME="\(.*\)"$/\1/p' /etc/os-release)"
     printf 'compiler\t%s\n' "$(c++ --version | head -n 1)"
-    printf 'file system of the logs\t%s\n' "$(stat -f -c %T "$results")"
+    printf 'file system of the logs\t%s\n' "$(findmnt --noheadings --output FSTYPE --target "$results")"
     printf 'spdlog\t%s\n' "$(package_version libspdlog-dev)"
     printf 'log4cplus\t%s\n' "$(package_version liblog4cplus-dev)"
     printf 'command\t./dev bench%s\n' "${1:+ $1}"

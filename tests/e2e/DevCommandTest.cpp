@@ -106,8 +106,9 @@ class DevCommandOnADisk : public DevCommand {
 } // namespace
 
 TEST_F(DevCommand, RefusesWhatItDoesNotKnowBeforeAnythingIsStarted) {
-    for (const std::string arguments : {"biuld", "test relaese", "test release units", "test --repeat",
-                                        "test -R", "machines vax", "format --fix", "tidy all", "clean all"}) {
+    for (const std::string arguments :
+         {"biuld", "test relaese", "test release units", "test --repeat", "test -R", "machines vax",
+          "bench slow", "format --fix", "tidy all", "clean all"}) {
         const Outcome outcome = dev(arguments);
         EXPECT_EQ(outcome.status, 2) << arguments;
         EXPECT_THAT(outcome.errors, testing::MatchesRegex("[^\n]+\n")) << arguments;
