@@ -174,7 +174,7 @@ int main(int count, char** arguments) {
         return 2;
     }
     const std::string results = arguments[1];
-    const fs::path folder = arguments[2];
+    const fs::path folder = fs::absolute(arguments[2]);
     const std::size_t rounds = std::stoul(arguments[3]);
     fs::remove_all(folder);
     fs::create_directories(folder);

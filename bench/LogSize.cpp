@@ -49,7 +49,7 @@ int main(int count, char** arguments) {
         std::fprintf(stderr, "usage: log_size RESULTS-FOLDER LOG-FOLDER ROUNDS RECORDS\n");
         return 2;
     }
-    const fs::path folder = arguments[2];
+    const fs::path folder = fs::absolute(arguments[2]);
     fs::remove_all(folder);
     fs::create_directories(folder);
     std::array<std::vector<Nanoseconds>, kStarts.size()> p50;

@@ -13,7 +13,7 @@ int main(int count, char** arguments) {
         std::fprintf(stderr, "usage: log_step rotate|prune LOG\n");
         return 2;
     }
-    const std::filesystem::path path = arguments[2];
+    const std::filesystem::path path = std::filesystem::absolute(arguments[2]);
     elmu::LogTargetDefault target("bench");
     if (!target.setLogFile(path.filename().c_str(), path.parent_path().c_str())) {
         return 1;

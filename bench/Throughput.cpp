@@ -211,7 +211,8 @@ int main(int count, char** arguments) {
         std::fprintf(stderr, "usage: throughput RESULTS-FOLDER LOG-FOLDER ROUNDS RECORDS\n");
         return 2;
     }
-    const Plan plan = {arguments[1], arguments[2], std::stoul(arguments[3]), std::stoi(arguments[4])};
+    const Plan plan = {arguments[1], fs::absolute(arguments[2]), std::stoul(arguments[3]),
+                       std::stoi(arguments[4])};
     const auto results = runAll(plan);
     fs::remove_all(plan.folder);
     Table rates(plan.results / "throughput.tsv",

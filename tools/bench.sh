@@ -7,8 +7,9 @@ export LC_ALL=C.UTF-8
 # shellcheck source=tools/common.sh
 . tools/common.sh
 
-programs=$PWD/build/release/bin
-results=$PWD/build/bench
+# Relative, because a command that is measured is split at blanks.
+programs=build/release/bin
+results=build/bench
 logs=$results/log
 rounds=7
 starts=200
@@ -60,7 +61,7 @@ measure_hook() {
     local cache="/Applications/Utilities/Korvane Halcyra/CEF" installed
     machine=$(mktemp -d /dev/shm/hcd-bench-XXXXXX)
     printf 'Programs: hook\n' >&2
-    tests/e2e/machine.sh "$machine" --ro-bind "$programs" /opt/bench --setenv HOME /var/root -- \
+    tests/e2e/machine.sh "$machine" --ro-bind "$PWD/$programs" /opt/bench --setenv HOME /var/root -- \
         /opt/bench/interleave /hook.tsv "$starts" \
         "mkdir -p '$cache/Cache' && : >'$cache/Cache/index' && rm -rf '/Library/Application Support/Korvane'" \
         "HCDCustomHook --install=1" "/opt/bench/HCDCustomHook --install=1" "empty program" /opt/bench/empty_program
