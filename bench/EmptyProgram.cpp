@@ -1,1 +1,4 @@
-int main() {}
+// Uses the C++ library, as every C++ program does that writes anything.
+#include <iostream>
+
+int main() { std::cout.flush(); }
