@@ -14,6 +14,7 @@ declare -A packages=(
     [machines]="g++-12-multilib g++-aarch64-linux-gnu qemu-user googletest clang libc++-dev libc++abi-dev ccache"
     [consumer]="bubblewrap clang g++-12-multilib"
     [bare]="debootstrap git"
+    [instructions]="bubblewrap valgrind"
     [bench]="libspdlog-dev liblog4cplus-dev gnuplot-nox bsdextrautils"
     [format]="git clang-format-19"
     [tidy]="git clang clang-tidy shellcheck"

@@ -108,7 +108,7 @@ class DevCommandOnADisk : public DevCommand {
 TEST_F(DevCommand, RefusesWhatItDoesNotKnowBeforeAnythingIsStarted) {
     for (const std::string arguments :
          {"biuld", "test relaese", "test release units", "test --repeat", "test -R", "machines vax",
-          "bench slow", "format --fix", "tidy all", "clean all"}) {
+          "bench slow", "instructions keep", "format --fix", "tidy all", "clean all"}) {
         const Outcome outcome = dev(arguments);
         EXPECT_EQ(outcome.status, 2) << arguments;
         EXPECT_THAT(outcome.errors, testing::MatchesRegex("[^\n]+\n")) << arguments;
