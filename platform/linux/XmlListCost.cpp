@@ -2,7 +2,10 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <utility>
 #include <vector>
+
+#include "../posix/TextScan.h"
 
 namespace platform {
 
@@ -38,8 +41,10 @@ class Keys {
 class KeyCount {
   public:
     std::uint64_t searchesIn(std::string_view list) {
-        for (std::size_t at = list.find('<'); at != std::string_view::npos; at = list.find('<', at + 1)) {
-            take(list.substr(at));
+        for (takeUntil(list, "<"); !list.empty(); takeUntil(list, "<")) {
+            if (!skipWhatIsNoTag(list)) {
+                takeTag(list);
+            }
         }
         while (!open.empty()) {
             close();
@@ -48,14 +53,32 @@ class KeyCount {
     }
 
   private:
-    void take(std::string_view markup) {
-        constexpr std::string_view key = "<key>";
-        if (markup.starts_with("<dict")) {
+    /// Skips a comment, a section of character data or an instruction at the beginning of `list`.
+    static bool skipWhatIsNoTag(std::string_view& list) {
+        for (const auto& [opening, closing] :
+             {std::pair("<!--", "-->"), std::pair("<![CDATA[", "]]>"), std::pair("<?", "?>")}) {
+            if (take(list, opening)) {
+                if (!takeThrough(list, closing)) {
+                    list = {};
+                }
+                return true;
+            }
+        }
+        return false;
+    }
+
+    void takeTag(std::string_view& list) {
+        const std::string_view tag = takeUntil(list, ">");
+        const std::string_view name = tag.substr(0, tag.find_first_of(" \t\r\n/", 1));
+        take(list, ">");
+        if (tag.starts_with("</")) {
+            if (tag.starts_with("</dict") && !open.empty()) {
+                close();
+            }
+        } else if (!tag.ends_with('/') && name == "<dict") {
             open.emplace_back();
-        } else if (markup.starts_with("</dict") && !open.empty()) {
-            close();
-        } else if (markup.starts_with(key) && !open.empty()) {
-            open.back().add(markup.substr(key.size()));
+        } else if (!tag.ends_with('/') && name == "<key" && !open.empty()) {
+            open.back().add(list);
         }
     }
 

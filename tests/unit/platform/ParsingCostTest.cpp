@@ -239,7 +239,10 @@ TEST_F(ParsingCost, OfManyReferencesInATextIsBounded) {
 
 TEST_F(ParsingCost, OfRepeatedKeysIsBounded) {
     const std::string known = filled(512 * kibibyte, "<dict>", numbered("<key>a", "</key><true/>"), "");
-    for (const std::string again : {"<key>a19000</key><true/>", "<key>a1900&#48;</key><true/>"}) {
+    for (const std::string again :
+         {"<key>a19000</key><true/>", "<key>a1900&#48;</key><true/>", "<key>a19000</key><dict/>",
+          "<key >a19000</key><true/>", "<key>a19000</key><!--<dict>--><true/>",
+          "<key>a19000</key><string><![CDATA[<dict>]]></string>"}) {
         EXPECT_THAT(readingOf(listOf(filled(mebibyte, known, again, "</dict>"))), AnyOf("nothing", "1"))
             << again;
     }
