@@ -47,7 +47,8 @@ struct Link {
 bool isOfTheKernel(const Link& link) { return link.status.st_size != static_cast<off_t>(link.target.size()); }
 
 bool canSearch(uid_t user, const FileStatus& folder) {
-    return folder && (folder->st_mode & (folder->st_uid == user ? S_IXUSR : S_IXOTH)) != 0;
+    const mode_t needed = folder && folder->st_uid == user ? S_IXUSR : S_IXGRP | S_IXOTH;
+    return folder && (folder->st_mode & needed) == needed;
 }
 
 bool isWrittenByTrustedOnly(const FileStatus& folder) {
@@ -62,12 +63,11 @@ bool isOfTrustedOnly(const FileStatus& folder, const FileStatus& entry) {
            (isProtected && entry && isTrusted(entry->st_uid) && entry->st_dev == folder->st_dev);
 }
 
-/// Whether only the owner of a symlink and root could have put it into `folder`: another user could move it
-/// to where it does harm. The owner's own folder may be open to everybody.
+/// Whether `folder` is a place for symlinks of `linkOwner`: his own, or one of root's to which nobody else
+/// can write. Other users could move them elsewhere to where they do harm.
 bool isPlaceOf(uid_t linkOwner, const FileStatus& folder) {
-    const bool isProtected =
-        folder && ((folder->st_mode & S_ISVTX) != 0 || (folder->st_mode & (S_IWGRP | S_IWOTH)) == 0);
-    return folder && (folder->st_uid == linkOwner || (folder->st_uid == 0 && isProtected));
+    const bool isRootsAlone = folder && folder->st_uid == 0 && (folder->st_mode & (S_IWGRP | S_IWOTH)) == 0;
+    return folder && (folder->st_uid == linkOwner || isRootsAlone);
 }
 
 /// False if there is no folder afterwards. An ordinary user can use the folder whatever the umask is.
@@ -236,7 +236,7 @@ class Walk {
                                        : open(folder, link.target, how);
         }
         trusted = false;
-        if (owner == 0 || !isPlaceOf(owner, folderStatus)) {
+        if (owner == 0 || link.status.st_nlink != 1 || !isPlaceOf(owner, folderStatus)) {
             return refused();
         }
         return owner == ::geteuid() ? open(folder, link.target, how)

@@ -12,8 +12,8 @@
 /// - It belongs to the effective user, who is not root and may do what he likes with his rights.
 /// - It and what it leads to belong to the same user, who must be able to go the symlink's way himself. That
 ///   user is not root.
-/// In the second and the third case it must be in a folder of its owner's, or in one of root's from which
-/// nobody else can take it: others could have moved it to where it does harm.
+/// In the second and the third case it must have one name, and be in a folder of its owner's or in one that
+/// only root can write to: others could have moved it to where it does harm.
 /// On the way, what belongs to root or the effective user in a sticky folder of one of them counts as put
 /// there by its owner.
 namespace platform {

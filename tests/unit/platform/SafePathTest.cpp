@@ -522,8 +522,8 @@ TEST_F(PathAmongUsers, FollowsAUsersLinkOnlyWhereNobodyElseCouldHavePutIt) {
         bool isFollowed;
     };
     for (const Case& each : std::vector<Case>{{0, 0755, true},
-                                              {0, 01777, true},
-                                              {0, 01775, true},
+                                              {0, 01777, false},
+                                              {0, 01775, false},
                                               {0, 0777, false},
                                               {0, 0775, false},
                                               {0, 0757, false},
