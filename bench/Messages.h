@@ -47,7 +47,7 @@ struct Format {
     const char* braces;
 };
 
-/// Calls `print` with the format and the arguments of a message. `secret` is what stands in the elements that
+/// Calls `print` with the format and the arguments of a message. `secret` is the content of the elements that
 /// a log masks.
 template <class Print> void render(Kind kind, Identity id, const char* secret, Print print) {
     static const std::string filler(kLongText - kIdentity.size() - 2, 'x');

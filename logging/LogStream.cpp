@@ -12,9 +12,9 @@ long& logOf(std::ios& s) {
     return s.iword(place);
 }
 
-/// The area for input of a file buffer. A buffer that is open for output only has no use for it, and sets it
-/// anew whenever it is used or closed, with libstdc++ and libc++. So a mark that was left there when the
-/// buffer was opened tells that nobody has touched it since.
+/// The area for input of a file buffer. If the buffer is open for output only, nothing reads from the area.
+/// Both libstdc++ and libc++ reset it when the buffer writes, moves its position or is closed. So a mark that
+/// was left there when the buffer was opened tells that nobody has used or changed the buffer since.
 class InputArea : public std::filebuf {
   public:
     static bool isMarked(std::filebuf& buffer, const void* by) { return (buffer.*&InputArea::eback)() == by; }

@@ -11,7 +11,7 @@ namespace elmu {
 
 namespace {
 
-/// A text of which only the part that fits into a buffer is kept.
+/// Collects a text in a buffer and keeps the part that fits.
 class BoundedText {
   public:
     BoundedText(char* buffer, std::size_t size) : end(buffer), room(size - 1) {}
@@ -60,8 +60,8 @@ bool appendNumberAs(BoundedText& text, char conversion, std::va_list& list) {
     return false;
 }
 
-/// Appends what the conversion at the beginning of `format`, behind the percent sign, stands for, and takes
-/// it off. False if it is not plain.
+/// Appends the argument of the conversion that `format` begins with, behind its percent sign, and removes the
+/// conversion from `format`. False if it is not plain.
 bool appendConversion(BoundedText& text, const char*& format, std::va_list& list) {
     const char* const at = format;
     switch (*at) {

@@ -70,8 +70,8 @@ std::string nameOf(const testing::TestParamInfo<Attack>& info);
 void expectNoHarm(const Tally& tally);
 
 /// Runs the scene once for each of its steps. Before step k of run k the user puts `thing` at `place`. If
-/// `stepsUntilUndone` is not 0, he undoes that after so many further steps. A swap that lasts has the calls
-/// that look up names as its steps; a swap that is undone has all calls.
+/// `stepsUntilUndone` is not 0, he undoes the swap after that number of further steps. A swap that lasts has
+/// the calls that look up names as its steps; a swap that is undone has all calls.
 void attackEachStep(const Scene& scene, const Place& place, Thing thing, int stepsUntilUndone, Tally& tally);
 
 } // namespace attack
