@@ -118,9 +118,10 @@ void expectNoHarm(const Tally& tally) {
     EXPECT_TRUE(tally.complaint().empty()) << tally.complaint();
 }
 
-void attackEachStep(const Scene& scene, const Place& place, Thing thing, int stepsUntilUndone, Tally& tally) {
+void attackEachStep(const Scene& scene, const Place& place, Thing thing, int stepsUntilUndone, Tally& tally,
+                    Stride stride) {
     Watch watch(scene);
-    for (int step = 1;; ++step) {
+    for (int step = stride.first;; step += stride.length) {
         watch.prepare();
         Victim victim(scene.arguments);
         Steps steps(stepsUntilUndone == 0 ? Sight::Names : Sight::Everything);

@@ -69,9 +69,17 @@ std::string nameOf(const testing::TestParamInfo<Attack>& info);
 /// Fails the test if a run did harm, or if there was no run. Tells the figures.
 void expectNoHarm(const Tally& tally);
 
-/// Runs the scene once for each of its steps. Before step k of run k the user puts `thing` at `place`. If
-/// `stepsUntilUndone` is not 0, he undoes the swap after that number of further steps. A swap that lasts has
-/// the calls that look up names as its steps; a swap that is undone has all calls.
-void attackEachStep(const Scene& scene, const Place& place, Thing thing, int stepsUntilUndone, Tally& tally);
+/// Which steps are attacked: every one, or one of several.
+struct Stride {
+    int first = 1;
+    int length = 1;
+};
+
+/// Runs the scene once for each of its steps, as far as `stride` does not leave it out. Before step k of run
+/// k the user puts `thing` at `place`. If `stepsUntilUndone` is not 0, he undoes the swap after that number
+/// of further steps. A swap that lasts has the calls that look up names as its steps; a swap that is undone
+/// has all calls.
+void attackEachStep(const Scene& scene, const Place& place, Thing thing, int stepsUntilUndone, Tally& tally,
+                    Stride stride = {});
 
 } // namespace attack

@@ -4,7 +4,9 @@
 #include "attacker/AttackTest.h"
 #include "attacker/Places.h"
 
-// The user makes one swap before a step of the run: every step in turn. What was there is not put back.
+// The user makes one swap before a step of the run: every step in turn. What was there is not put back. Where
+// a run takes several times as long, each thing is put there before every third step only, and the things
+// take turns.
 
 using namespace attack;
 
@@ -14,8 +16,10 @@ class Swapped : public AttackTest, public testing::WithParamInterface<Attack> {}
 
 TEST_P(Swapped, BeforeAnyStepMakesRootDoNoHarm) {
     Tally tally;
+    Stride stride{1, HCD_ATTACK_STRIDE};
     for (const Thing thing : GetParam().place.things) {
-        attackEachStep(GetParam().scene, GetParam().place, thing, 0, tally);
+        attackEachStep(GetParam().scene, GetParam().place, thing, 0, tally, stride);
+        stride.first = stride.first % stride.length + 1;
     }
     expectNoHarm(tally);
 }
