@@ -85,7 +85,6 @@ package_version() { dpkg-query --show --showformat='${Version}' "$1" 2>/dev/null
 host_table() {
     printf 'fact\tvalue\n'
     printf 'date\t%s\n' "$(date -u +%F)"
-    printf 'state of the project\t%s\n' "$(git describe --always --dirty 2>/dev/null || echo unknown)"
     printf 'processor\t%s\n' "$(sed -n 's/^model name[^:]*: //p' /proc/cpuinfo | head -n 1)"
     printf 'cores\t%s\n' "$(nproc)"
     printf 'kernel\t%s\n' "$(uname -srm)"
