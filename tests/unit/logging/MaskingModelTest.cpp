@@ -116,7 +116,11 @@ class Messages {
     std::size_t family = 0;
 };
 
-constexpr int messageCount = 1000000;
+#ifdef NDEBUG
+constexpr int messageCount = 1'000'000;
+#else
+constexpr int messageCount = 300'000; // where nothing is optimised
+#endif
 constexpr int sampleCount = 10000;
 
 /// Three elements of one character each find room in a message; what grows more repeats a part of itself.
